@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// From a file to a sound in the cache, with the limits and messages that go with it.
+#pragma once
+#include <QString>
+
+#include "formats/wav_chunks.h"
+#include "gen/messages.h"
+#include "gen/progress.h"
+#include "sound/sound.h"
+
+namespace ondarix {
+
+inline constexpr int kMaxOpenDocuments = 45;
+
+struct LLoadedSound {
+    LSound sound;
+    LForeignChunks foreignChunks;
+    bool fromCache = false;  // an unchanged decode was found, nothing was read but headers
+    bool readOnly = false;   // the user may not write the file
+};
+
+// `openDocuments`: how many are open now. Messages go to `host`; kFailed after one, kCancelled without.
+// Projects and playlists go to gOpenProject and gOpenPlaylist.
+JobResult LoadSound(const QString& path, int openDocuments, LLoadedSound& loaded, LProgress& progress,
+                    LMessageHost& host);
+
+// Hooks: true when they took the file over. Without them a project file gives the load failure message.
+extern bool (*gOpenProject)(const QString& path, LMessageHost& host);
+// Called when the cache's disk is nearly full on opening; shows the warning. Null: LMessageHost::Tell.
+inline constexpr const char* kWorkingDiskWarning =
+    "You are running out of disk space. You can change your working folder to a different drive to load "
+    "files "
+    "or make changes to the currently open files.";
+
+}  // namespace ondarix
