@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "gen/clock.h"
+
+#include <ctime>
+
+namespace ondarix {
+
+uint64_t TickCountMs() {
+    timespec now{};
+    clock_gettime(CLOCK_BOOTTIME, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
+}
+
+int64_t UnixTime() { return static_cast<int64_t>(time(nullptr)); }
+
+}  // namespace ondarix
