@@ -78,7 +78,9 @@ TEST(PeakBlocks, OneSampleAtAnyPlaceIsSeenInItsChannelOnly) {
             LPeakPair records[2];
             PeaksOfBlocks(frames.data(), 1, channels, records);
             EXPECT_EQ(records[channels - 1], (LPeakPair{0, 1033})) << at;
-            if (channels == 2) EXPECT_EQ(records[0], (LPeakPair{0, 0}));
+            if (channels == 2) {
+                EXPECT_EQ(records[0], (LPeakPair{0, 0}));
+            }
         }
     }
 }
