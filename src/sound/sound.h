@@ -52,8 +52,11 @@ struct LSoundSegment {
     static LSoundSegment Silent(int64_t frames);
     LSoundSegment(const LSoundSegment& other);  // without `next`
     LSoundSegment& operator=(const LSoundSegment&) = delete;
+    ~LSoundSegment();  // frees what follows one by one: a list may be longer than the stack is deep
 
+    bool IsSilent() const { return cacheRef.IsSilence(); }
     int64_t EndInFile() const { return offset + length; }
+    void SkipHead(int64_t frames);  // silence keeps the offset 0
 
     std::unique_ptr<LSoundSegment> next;
     LSoundCacheRef cacheRef;
@@ -82,8 +85,11 @@ class LLosslessModeSubject {
     bool on_ = false;
 };
 
+// Edits whose result would not stay below 2^63 - 1 frames do nothing.
 class LSound : public LLosslessModeObserver {
   public:
+    static constexpr int64_t kMaxRepeatedSegments = int64_t{1} << 22;
+
     LSound() = default;
     LSound(int32_t rate, uint8_t channelCount) : sampleRate(rate), channels(channelCount) {}
     LSound(const LSound& other) { CopyFrom(other); }
@@ -114,7 +120,8 @@ class LSound : public LLosslessModeObserver {
     void Insert(int64_t pos, const LSound& source);
     void Replace(int64_t start, int64_t end, const LSound& source);
     void Silence(int64_t start, int64_t end);
-    void Repeat(int64_t start, int64_t end, int64_t times);  // the range ends up times + 1 times in a row
+    // The range ends up times + 1 times in a row. Nothing when that would add more than kMaxRepeatedSegments.
+    void Repeat(int64_t start, int64_t end, int64_t times);
     void ScaleRangePercent(int64_t start, int64_t end, int percent);
     void ScalePercent(int percent);
     void ScaleBy(float factor);
@@ -123,8 +130,9 @@ class LSound : public LLosslessModeObserver {
     // `result` is as it was. `status` is shown as line 0. Reports fractions, asks for cancelling every block.
     static JobResult Render(LSound& result, LProgress& progress, LSoundSource& source,
                             const QString& status = {});
-    // 0 at once when the format is the same; an empty sound just takes the new one. Otherwise renders through
-    // the converter that gMakeFormatConverter builds; kFailed while there is none.
+    // `result`, which may be this sound, becomes this sound in the new format. At once when the format is the
+    // same or the sound is empty; otherwise renders through the converter that gMakeFormatConverter builds:
+    // kFailed while there is none.
     JobResult ConvertFormat(LSound& result, int32_t rate, uint8_t channelCount, LProgress& progress) const;
 
     void SetLosslessMode(std::shared_ptr<LLosslessModeSubject> subject);
@@ -136,6 +144,13 @@ class LSound : public LLosslessModeObserver {
     uint8_t channels = 1;
     uint8_t hasError = 0;
     std::unique_ptr<LSoundSegment> segments;
+
+  private:
+    using Link = std::unique_ptr<LSoundSegment>;
+    void CopyFacts(const LSound& other);                 // all but the list
+    void TakeFacts(LSound& other);                       // leaves `other` registered nowhere
+    void InsertChain(int64_t pos, Link chain);           // takes the nodes themselves
+    bool HasRoomFor(int64_t pos, int64_t length) const;  // for `length` frames more at `pos`
 };
 
 // Hook of the rate and channel converter: wraps a source, an empty handle when it cannot.
