@@ -19,7 +19,8 @@ constexpr int64_t kFrames = 10LL * 3600 * 44100;
 bool MakeSound(LSound& sound) {
     const uint16_t id = AllocateCacheId();
     QFile aud(CacheFileName(id, ".aud")), grf(CacheFileName(id, ".grf"));
-    if (!aud.open(QIODevice::WriteOnly) || !aud.resize(kFrames * 8) || !grf.open(QIODevice::WriteOnly)) return false;
+    if (!aud.open(QIODevice::WriteOnly) || !aud.resize(kFrames * 8) || !grf.open(QIODevice::WriteOnly))
+        return false;
     std::mt19937 random(1);
     std::vector<LPeakPair> block(2 * 8192);
     for (int64_t left = (kFrames + 255) / 256; left > 0; left -= 8192) {
@@ -55,8 +56,8 @@ int main() {
                 if (ms > slowest) slowest = ms, slowestAt = frames;
             }
     }
-    std::printf("first %.2f ms, slowest of all later zooms %.2f ms (%.1f frames a column), limit 16 ms\n", first,
-                slowest, static_cast<double>(slowestAt) / kColumns);
+    std::printf("first %.2f ms, slowest of all later zooms %.2f ms (%.1f frames a column), limit 16 ms\n",
+                first, slowest, static_cast<double>(slowestAt) / kColumns);
     sound.Clear();
     CloseCache();
     return slowest < 16 ? 0 : 1;

@@ -31,6 +31,12 @@ class LWaveColumns {
 
   private:
     struct Level;
+    Level& LevelOf(uint16_t id, int channels);
+    void FromGraphs(const LSound& sound, int64_t startFrame, int64_t frames, int columns,
+                    std::vector<LWaveColumn>& out);
+    void FromSamples(const LSound& sound, int64_t startFrame, int64_t frames, int columns,
+                     std::vector<LWaveColumn>& out);
+
     std::vector<std::unique_ptr<Level>> levels_;
 };
 
