@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include <atomic>
 #include <mutex>
 #include <thread>
 
@@ -44,6 +45,7 @@ class LBackgroundThread : public LProgress {
     LEvent finished_;  // set by the worker as its last act
     mutable std::mutex lock_;
     std::thread thread_;
+    std::atomic<bool> stopping_{false};  // the same as stop_, without a system call
     bool running_ = false;
     char tag_[5] = {};
 };

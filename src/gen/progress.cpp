@@ -14,6 +14,8 @@ WaitResult LNullProgress::WaitForHandle(LWaitHandle handle, int ms) {
     return WaitForAny(list, {}, ms);
 }
 
-WaitResult LNullProgress::WaitForHandles(const LHandleList& handles, int ms) { return WaitForAny(handles, {}, ms); }
+WaitResult LNullProgress::WaitForHandles(const LHandleList& handles, int ms) {
+    return WaitForAny(handles, {}, ms);
+}
 
 }  // namespace ondarix
