@@ -77,6 +77,22 @@ ONDARIX_WIDE void PeaksOfBlocks(const float* frames, int64_t blocks, int channel
     }
 }
 
+ONDARIX_WIDE float MaxMagnitude(const float* samples, int64_t count) {
+    float high[kPeakLanes], low[kPeakLanes];
+    const int64_t rows = count / kPeakLanes;
+    PeakLanes(samples, rows, high, low);
+    float most = 0.0f;
+    for (int64_t i = rows * kPeakLanes; i < count; ++i) {
+        const float v = std::fabs(samples[i]);
+        most = v > most ? v : most;
+    }
+    for (int lane = 0; lane < kPeakLanes; ++lane) {
+        most = high[lane] > most ? high[lane] : most;
+        most = -low[lane] > most ? -low[lane] : most;
+    }
+    return most;
+}
+
 void ScaleGraph(LPeakPair* pairs, int64_t count, float gain) {
     if (gain == 1.0f) return;
     const auto scaled = [gain](uint16_t p) {

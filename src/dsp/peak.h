@@ -32,6 +32,9 @@ void AccumulatePeaks(const float* frames, int64_t count, int channels, float* ma
 // ignored.
 void PeaksOfBlocks(const float* frames, int64_t blocks, int channels, LPeakPair* out);
 
+// The largest magnitude of `count` samples; NaN is ignored.
+float MaxMagnitude(const float* samples, int64_t count);
+
 // Multiplies peaks by a gain: float, product's magnitude, back to a peak; 0 and non-finite results give 0,
 // gain 1.0 leaves them as they are. A negative gain swaps nothing.
 void ScaleGraph(LPeakPair* pairs, int64_t count, float gain);

@@ -14,12 +14,14 @@
 #include <QList>
 #include <QString>
 #include <cstdint>
+#include <functional>
 
 #include "gen/progress.h"
 #include "sound/format.h"
 
 namespace ondarix {
 
+class LLsdfWriter;
 class LSound;
 class LSoundCacheRef;
 struct LSoundSegment;
@@ -38,6 +40,9 @@ struct LSourceFacts {
     int64_t time = 0;   // last write, seconds since 1970
     int64_t size = 0;   // bytes
     uint32_t kind = 0;  // passed through and compared when not 0
+    // The part of the last write below a second, nanoseconds; -1 unknown, compared when both sides know it. A
+    // file that is written twice within a second with the same size is told apart by it.
+    int32_t timeNs = -1;
     // Of the file at `path` as it stands; size -1 when there is none.
     static LSourceFacts Of(const QString& path, uint32_t kind = 0);
 };
@@ -80,13 +85,21 @@ void OverrideCachePath(uint16_t id, const QString& basePath);
 // The lowest free number with one reference and the mark that it exists; kNoCacheId when there is none
 // after incomplete and unreferenced sets have been removed.
 uint16_t AllocateCacheId();
+// A number is freed and taken up again under the cache lock only; between one and more references its count
+// is changed without it, so that copying a list of thousands of segments stays cheap. A release that finds
+// no reference (of a folder that has been left) does nothing.
 void AddCacheRef(uint16_t id);      // saturates at 65534; kNoCacheId and kSilenceId are ignored
 void ReleaseCacheRef(uint16_t id);  // the last one deletes the files unless the source record is valid
 uint16_t CacheRefCount(uint16_t id);
 void ProtectCacheId(uint16_t id, bool on);
 bool CacheIdExists(uint16_t id);
+// Bits of the analyses that are done; kAnalysisUnusable when the info file cannot be read. Read from the
+// info file when first asked for, kept since.
+inline constexpr uint32_t kAnalysisUnusable = 0xFFFFFFFF;
 uint32_t CacheAnalysisState(uint16_t id);
-// Reads which numbers are on disk. Done by the first allocation; `progress` may stop it.
+void SetCacheAnalysisState(uint16_t id, uint32_t state);
+// Reads which numbers are on disk (done by the first allocation too) and their analysis states. `progress`
+// may stop the latter: false.
 bool ScanCache(LProgress& progress);
 
 // --- Sources
@@ -96,8 +109,11 @@ bool ScanCache(LProgress& progress);
 bool FindCachedSource(const LSourceFacts& facts, LSoundFormat& format, LSoundSegment& segment);
 bool RegisterSource(uint16_t id, const LSourceFacts& facts);
 bool TouchInfo(uint16_t id);
+// Adds children to the root of the number's info file; `put` writes them. A chunk that is there again counts
+// instead of the one before. Serialised: analyses and the writers of this file may come from any thread.
+bool AppendCacheInfo(uint16_t id, const std::function<void(LLsdfWriter&)>& put);
 // Width of the integer samples that a number was decoded from (8, 16, 24, 32), 0 for everything else. Kept in
-// the facts, so that an untouched integer sound is known to be exact.
+// the facts (chunk 88), so that an untouched integer sound is known to be exact.
 uint32_t CacheSourceBits(uint16_t id);
 void SetCacheSourceBits(uint16_t id, uint32_t bits);
 // Hook: called with each number that FindCachedSource found with missing analyses. Null by default.

@@ -3,6 +3,7 @@
 // delivering what it was made over while the original is edited or destroyed.
 #pragma once
 #include <memory>
+#include <vector>
 
 #include "sound/sound.h"
 
@@ -30,9 +31,9 @@ class LCacheFileReader final : public LSoundSource {
     LCacheFileReader(const QString& path, LSoundFormat format, float gain = 1.0f);
     ~LCacheFileReader() override;
     float* Read(float* dest, int32_t frames) override;
-    int64_t GetPosition() override;
-    int64_t GetLength() override;
-    void Seek(int64_t frame) override;
+    int64_t GetPosition() override { return position_; }
+    int64_t GetLength() override;  // of the file as it is now, which may grow
+    void Seek(int64_t frame) override { position_ = frame; }
     bool IsOpen() const { return fd_ >= 0; }
     // Another gain on the same open file: what a list of segments over one file needs at each boundary.
     void SetGain(float gain) { gain_ = gain; }
@@ -42,8 +43,7 @@ class LCacheFileReader final : public LSoundSource {
     int fd_ = -1;
     uint16_t id_ = kSilenceId;
     float gain_;
-    int64_t filePosition_ = 0;  // frames, 0 to the length of the file
-    int64_t overrun_ = 0;       // frames before the start (negative) or behind the end
+    int64_t position_ = 0;
 };
 
 // One segment of a list; positions count from the segment's first frame.
@@ -65,33 +65,40 @@ class LSegmentSource final : public LSoundSource {
     std::unique_ptr<LSilenceSource> silence_;
 };
 
-// A whole sound through a private copy. Reading past the end is silence and never fails. The peak bound
-// stays unknown here; who needs it asks SoundPeak.
+// A whole sound through a private copy. Reading before the start and past the end is silence and never
+// fails. The peak bound stays unknown here; who needs it asks SoundPeak. An empty sound gives the error
+// kSourceEmpty. A few working files that the position has left stay open, for sounds that were put together
+// from pieces of them.
 class LSoundReader final : public LSoundSource {
   public:
     explicit LSoundReader(const LSound& sound);
     ~LSoundReader() override;
     float* Read(float* dest, int32_t frames) override;
-    int64_t GetPosition() override;
+    int64_t GetPosition() override { return position_; }
     int64_t GetLength() override { return length_; }
-    void Seek(int64_t frame) override;  // opens no file between here and there
+    void Seek(int64_t frame) override { position_ = frame; }  // kept as it is; opens no file
 
   private:
-    void Advance();
+    bool OpenPosition();  // false when there is no segment at the position
+    void CloseChild();
+
     LSound sound_;
-    const LSoundSegment* current_ = nullptr;  // the next segment to be opened
-    int64_t base_ = 0;                        // first frame of the child's segment
+    const LSoundSegment* current_ = nullptr;
+    int64_t base_ = 0;  // first frame of `current_`
     int64_t length_ = 0;
-    std::unique_ptr<LSegmentSource> child_;
+    int64_t position_ = 0;
+    std::unique_ptr<LSegmentSource> child_;  // over `current_`, or null
+    std::vector<std::unique_ptr<LCacheFileReader>> idle_;
 };
 
-// The largest absolute sample that reading `sound` gives. Taken from the peak graphs, rounded up to their
-// unit; blocks that the graph cannot tell from full scale are read, so around 1.0 the answer is exact.
-// kUnknownPeak where a graph is missing.
+// A bound of the samples that reading `sound` gives: the largest magnitude, taken from the peak graphs and
+// rounded up to their unit. Blocks that a graph cannot tell from full scale are read, so that between
+// 0.99997 and 1.0 the answer is exact. kUnknownPeak where a graph is missing.
 float SoundPeak(const LSound& sound);
 
-// True when every sample is known to lie on the grid of integer samples of at most `bits` bits: decoded from
-// such a file and not scaled since. Such a sound is written at that width without any change.
+// True when every sample is known to come from integer samples of `bits` bits, not scaled since, or to be
+// silence. Such a sound is written at that width without any change (at 32 bits as far as a float holds
+// them). Another width does not do: the scales 1/127, 1/32767 and 1/8388607 have no common grid.
 bool IsOnIntegerGrid(const LSound& sound, int bits);
 
 }  // namespace ondarix

@@ -23,14 +23,23 @@ class LGainSource final : public LSoundSource {
     float gain_;
 };
 
-// Holds samples to `limit` by gain that ramps over a block ahead of a loud one. Block length: rate / 70 for
-// a growing source, rate / 35 otherwise, held between 16 and 8192 frames.
+// Holds samples to `limit`: |out| <= limit always, and frame n of the output is frame n of the input.
+//
+// The sound is taken in blocks of rate / 35 frames (rate / 70 while it grows), 16 to 8192, that begin at
+// multiples of the block length. A block with the peak p has the target t = limit / p, or 1 when p is within
+// the limit. One block is read ahead. While block k is given out, the gain goes in a straight line from
+// min(t[k-1], t[k]) to min(t[k], t[k+1]): it is down before a loud block begins, stays at or below the
+// block's own target for its whole length, and comes up behind it. Blocks at gain 1 are passed on bit for
+// bit. What comes out at a place depends on the input alone: not on how much is read at once, nor on where a
+// seek came from. (A child that cannot be moved is taken from where it stands.)
+//
+// While the child grows, the length covers only blocks whose successor is there.
 class LPeakLimiterSource final : public LSoundSource {
   public:
     LPeakLimiterSource(LSoundSourceRef child, float limit);
     float* Read(float* dest, int32_t frames) override;
-    int64_t GetPosition() override;
-    int64_t GetLength() override { return child_->GetLength(); }
+    int64_t GetPosition() override { return position_; }
+    int64_t GetLength() override;
     void Seek(int64_t frame) override;
     bool IsGrowing() override { return child_->IsGrowing(); }
     void WaitForData(uint32_t ms) override { child_->WaitForData(ms); }
@@ -38,16 +47,19 @@ class LPeakLimiterSource final : public LSoundSource {
     void ResetClipped() { clipped_ = false; }
 
   private:
+    void Prime();
     void NextBlock();
+    float ReadAhead();  // fills `ahead_`; its target
 
     LSoundSourceRef child_;
     float limit_;
     int32_t blockFrames_;
     std::vector<float> ahead_, now_, out_;  // blockFrames_ * channels each
-    float gainNow_ = 1.0f;                  // at the start of the block in `now_`
-    float gainTarget_ = 1.0f;               // at its end
-    float gainAhead_ = 1.0f;
-    int32_t used_ = 0;  // frames of `out_` already given
+    const float* given_ = nullptr;          // `now_` or `out_`
+    float gainEnd_ = 1.0f;                  // at the end of the block in `now_`
+    float targetNow_ = 1.0f, targetAhead_ = 1.0f;
+    int32_t used_ = 0;    // frames of the block that are given already
+    int64_t origin_ = 0;  // a place where a block begins
     int64_t position_ = 0;
     bool primed_ = false;
     bool clipped_ = false;

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "sound/wrappers.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "dsp/peak.h"
+
+namespace ondarix {
+
+namespace {
+
+int64_t FloorTo(int64_t value, int64_t step) {
+    const int64_t rest = value % step;
+    return value - (rest < 0 ? rest + step : rest);
+}
+
+// A straight line from `start` to `end` over the block, held to the limit against the rounding of the
+// products.
+template <int kChannels>
+void ApplyRamp(const float* from, float* to, int32_t frames, int channelCount, float start, float end,
+               float limit) {
+    const int channels = kChannels > 0 ? kChannels : channelCount;
+    const float step = (end - start) / static_cast<float>(frames);
+    for (int32_t frame = 0; frame < frames; ++frame) {
+        const float gain = start + step * static_cast<float>(frame);
+        for (int channel = 0; channel < channels; ++channel) {
+            float v = from[frame * channels + channel] * gain;
+            v = v > limit ? limit : v;
+            to[frame * channels + channel] = v < -limit ? -limit : v;
+        }
+    }
+}
+
+}  // namespace
+
+// --- LGainSource
+
+LGainSource::LGainSource(LSoundSourceRef child, float gain)
+    : LSoundSource(child->sampleRate, child->channels), child_(std::move(child)), gain_(gain) {
+    error = child_->error;
+    if (child_->peak != kUnknownPeak || gain == 1.0f) peak = child_->peak * std::fabs(gain);
+}
+
+float* LGainSource::Read(float* dest, int32_t frames) {
+    float* const end = child_->Read(dest, frames);
+    if (gain_ != 1.0f) {
+        for (float* at = dest; at != end; ++at) *at *= gain_;
+    }
+    return end;
+}
+
+// --- LPeakLimiterSource
+
+LPeakLimiterSource::LPeakLimiterSource(LSoundSourceRef child, float limit)
+    : LSoundSource(child->sampleRate, child->channels), child_(std::move(child)), limit_(limit) {
+    error = child_->error;
+    peak = std::min(child_->peak, limit);
+    const uint32_t share = child_->IsGrowing() ? 70 : 35;
+    blockFrames_ = std::clamp(static_cast<int32_t>(sampleRate / share), 16, 8192);
+    for (auto* block : {&ahead_, &now_, &out_}) block->resize(static_cast<size_t>(blockFrames_) * channels);
+    position_ = child_->GetPosition();
+}
+
+float LPeakLimiterSource::ReadAhead() {
+    child_->Read(ahead_.data(), blockFrames_);
+    const float p = MaxMagnitude(ahead_.data(), static_cast<int64_t>(ahead_.size()));
+    return p > limit_ ? limit_ / p : 1.0f;
+}
+
+void LPeakLimiterSource::Prime() {
+    const int64_t start = FloorTo(position_, blockFrames_);
+    const int64_t first = start > 0 ? start - blockFrames_ : start;  // before frame 0 there is silence
+    origin_ = start;
+    gainEnd_ = 1.0f;
+    if (child_->GetPosition() != first) child_->Seek(first);
+    if (child_->GetPosition() != first) {
+        child_->Seek(position_);
+        origin_ = position_ = child_->GetPosition();
+    } else if (first < start) {
+        gainEnd_ = ReadAhead();
+    }
+    used_ = static_cast<int32_t>(position_ - origin_);
+    targetAhead_ = ReadAhead();
+    gainEnd_ = std::min(gainEnd_, targetAhead_);
+    clipped_ = clipped_ || targetAhead_ < 1.0f;
+    primed_ = true;
+    NextBlock();
+}
+
+void LPeakLimiterSource::NextBlock() {
+    std::swap(now_, ahead_);
+    targetNow_ = targetAhead_;
+    targetAhead_ = ReadAhead();
+    clipped_ = clipped_ || targetAhead_ < 1.0f;
+    const float start = std::exchange(gainEnd_, std::min(targetNow_, targetAhead_));
+    given_ = now_.data();
+    if (start == 1.0f && gainEnd_ == 1.0f) return;
+    const auto ramp = channels == 1 ? ApplyRamp<1> : channels == 2 ? ApplyRamp<2> : ApplyRamp<0>;
+    ramp(now_.data(), out_.data(), blockFrames_, channels, start, gainEnd_, limit_);
+    given_ = out_.data();
+}
+
+float* LPeakLimiterSource::Read(float* dest, int32_t frames) {
+    while (frames > 0) {
+        if (!primed_) Prime();
+        if (used_ == blockFrames_) {
+            NextBlock();
+            used_ = 0;
+        }
+        const int32_t piece = std::min(frames, blockFrames_ - used_);
+        dest = std::copy_n(given_ + int64_t{used_} * channels, int64_t{piece} * channels, dest);
+        used_ += piece;
+        position_ += piece;
+        frames -= piece;
+    }
+    return dest;
+}
+
+int64_t LPeakLimiterSource::GetLength() {
+    const bool growing = child_->IsGrowing();
+    const int64_t length = child_->GetLength();
+    if (!growing) return length;
+    return std::max(position_, origin_ + FloorTo(length - origin_, blockFrames_) - blockFrames_);
+}
+
+void LPeakLimiterSource::Seek(int64_t frame) {
+    if (frame == position_) return;
+    child_->Seek(frame);
+    position_ = child_->GetPosition();
+    primed_ = false;
+}
+
+LSoundSourceRef LimitPeaks(LSoundSourceRef source, float limit) {
+    if (source->peak <= limit) return source;
+    return MakeSource<LPeakLimiterSource>(std::move(source), limit);
+}
+
+}  // namespace ondarix
