@@ -6,7 +6,8 @@
 //   6  4  file kind               24     children; the last four bytes are "lsdf" again
 //
 // A chunk header is 12 bytes: u16 id, u16 type, u64 payload size; all little-endian. A size is written when
-// its chunk closes, so a file cut short has a size of 0 in some open chunk, which ends the data.
+// its chunk closes, so a file cut short has a size of 0 in the root and in some open chunk: there the data
+// ends. In a file whose root was closed a group of size 0 is just empty.
 #pragma once
 #include <QByteArray>
 #include <QString>
@@ -37,7 +38,6 @@ struct LsdfChunk {
     uint16_t type = 0;
     int64_t payload = 0;  // offset of the payload's first byte
     int64_t size = 0;     // bytes, never beyond the enclosing group
-    bool open = false;    // the size was 0 in a group that a crash left open; its data runs to the end
 };
 
 // Walks a container. Nothing it says is believed before it is checked: sizes are clipped to the group
@@ -83,6 +83,7 @@ class LLsdfReader {
     int64_t size_ = 0;
     uint16_t version_ = 0;
     bool valid_ = false;
+    bool cutShort_ = false;  // the root was never closed
 };
 
 // Writes a container into a file. Errors are kept: test Failed() after Close().

@@ -38,6 +38,10 @@ struct SettingRow {
 // All values below the program's own root, or of one section; ordered by section, then name.
 QList<SettingRow> ListSettings(const QString& section = {});
 
+// All values as readable text: "[section]" lines, each followed by its "name=value" lines; backslash and line
+// breaks are written \\, \n and \r.
+QString ExportSettings();
+
 // A setting that changed its name and meaning: when the old value is there, it is converted once, written
 // under the new name, and the old one deleted.
 struct SettingConversion {
