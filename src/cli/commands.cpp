@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The rows. A new subcommand is one row here and one file with its function.
+#include "cli/command.h"
+#include "cli/edit_operations.h"
+#include "cli/sound_files.h"
+
+namespace ondarix {
+namespace {
+
+constexpr LOptionRow kInfoOptions[] = {
+    {"--level", "", "decode the whole sound and tell its peak and RMS level"},
+    kProgressOption,
+};
+constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoClobberOption, kProgressOption};
+
+constexpr const char* kInfoDetails =
+    "Only headers are read, unless --level is given. Every file is looked at, also after one that\n"
+    "cannot be read; the status is then 2.\n";
+constexpr const char* kConvertDetails =
+    "The extension of OUT chooses the kind of file. Without --bits the samples keep the coding that they\n"
+    "have in IN where OUT can hold it, and become 16-bit PCM otherwise. OUT is replaced when it exists;\n"
+    "it appears under its name only when it is complete, and may be IN itself.\n";
+constexpr const char* kCacheCleanDetails =
+    "MODE is one of\n"
+    "  disk-pressure (1)  by free space only: everything, or what was not used for an hour, a day, 28 days\n"
+    "  program-end (2)    what the editor does when it ends: by free space and the days of retention\n"
+    "  moderate (3)       what was not used for 14 days, everything when less than 5000 MiB are free\n"
+    "  all (4)            everything\n"
+    "Incomplete sets of files always go. Fails while an editor that uses the folder is running.\n";
+constexpr const char* kSettingsGetDetails =
+    "Prints DEFAULT when nothing is stored under the name; without a DEFAULT that is a failure.\n";
+constexpr const char* kSettingsListDetails =
+    "One line for each value: section, name and value, separated by tab characters. In names and values a\n"
+    "tab, a line break and a backslash are written \\t, \\n, \\r and \\\\.\n";
+
+constexpr LCommandRow kCommands[] = {
+    {"info", "FILE...", "Tell what sound files hold", kInfoDetails, kInfoOptions, 1, kAnyNumber, &RunInfo},
+    {"convert", "IN OUT", "Write a sound file in another kind or coding", kConvertDetails, kWriteOptions, 2,
+     2, &RunConvert},
+    {"edit", "IN OUT OPERATION...", "Cut, join and scale a sound, and save the result", kEditDetails,
+     kWriteOptions, 3, kAnyNumber, &RunEdit},
+    {"formats", "", "List the kinds of files that can be opened and saved", "", {}, 0, 0, &RunFormats},
+    {"cache list", "", "List the editor's working files", "", {}, 0, 0, &RunCacheList},
+    {"cache clean",
+     "MODE",
+     "Remove working files of the editor that are not in use",
+     kCacheCleanDetails,
+     {},
+     1,
+     1,
+     &RunCacheClean},
+    {"settings get",
+     "SECTION NAME [DEFAULT]",
+     "Print one setting",
+     kSettingsGetDetails,
+     {},
+     2,
+     3,
+     &RunSettingsGet},
+    {"settings set", "SECTION NAME VALUE", "Store one setting", "", {}, 3, 3, &RunSettingsSet},
+    {"settings delete", "SECTION NAME", "Delete one setting", "", {}, 2, 2, &RunSettingsDelete},
+    {"settings list", "[SECTION]", "List what is stored", kSettingsListDetails, {}, 0, 1, &RunSettingsList},
+    {"settings export", "", "Print all settings as a text file", "", {}, 0, 0, &RunSettingsExport},
+    {"help", "[COMMAND]", "Show the help of the program or of a command", "", {}, 0, 2, &RunHelp},
+};
+
+constexpr LOptionRow kCommonOptions[] = {
+    {"--json", "", "print one JSON document instead of text"},
+    {"--help", "", "show this help"},
+};
+
+}  // namespace
+
+std::span<const LCommandRow> Commands() { return kCommands; }
+std::span<const LOptionRow> CommonOptions() { return kCommonOptions; }
+
+}  // namespace ondarix

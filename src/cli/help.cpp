@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <QJsonArray>
+
+#include "cli/command.h"
+#include "cli/terminal.h"
+
+namespace ondarix {
+namespace {
+
+QJsonArray OptionsToJson(std::span<const LOptionRow> rows) {
+    QJsonArray array;
+    for (const LOptionRow& row : rows) {
+        QJsonObject option{{"name", row.name}, {"help", row.help}};
+        if (*row.value) option["value"] = row.value;
+        array += option;
+    }
+    return array;
+}
+
+}  // namespace
+
+ExitStatus RunHelp(const LArguments& arguments, LContext& context) {
+    const QString topic = arguments.operands.join(' ');
+    QString text = topic.isEmpty() ? ProgramHelp() : QString();
+    QJsonArray commands;
+    for (const LCommandRow& row : Commands()) {
+        const QString name = row.name;
+        if (!topic.isEmpty() && name != topic && !name.startsWith(topic + ' ')) continue;
+        if (!topic.isEmpty()) text += (text.isEmpty() ? "" : "\n") + CommandHelp(row);
+        commands += QJsonObject{{"name", name},
+                                {"usage", UsageLine(row)},
+                                {"summary", row.summary},
+                                {"details", row.details},
+                                {"options", OptionsToJson(row.options)}};
+    }
+    if (commands.isEmpty()) {
+        return context.console.Fail(QString("help: unknown command \"%1\"").arg(topic), ExitStatus::kUsage);
+    }
+    context.console.Result() = {{"version", ONDARIX_VERSION},
+                                {"commonOptions", OptionsToJson(CommonOptions())},
+                                {"commands", commands}};
+    context.console.PrintText(text);
+    return ExitStatus::kSuccess;
+}
+
+}  // namespace ondarix

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "cli/sound_files.h"
+
+#include <QFileInfo>
+#include <algorithm>
+
+#include "formats/registry.h"
+#include "formats/save.h"
+#include "formats/wav_source.h"
+#include "gen/text.h"
+#include "sound/cache.h"
+
+namespace ondarix {
+namespace {
+
+constexpr uint16_t kTagPcm = 1, kTagFloat = 3, kTagALaw = 6, kTagMuLaw = 7;
+
+constexpr LCoding kCodings[] = {
+    {"8", kTagPcm, 8, "PCM 8-bit"},           {"16", kTagPcm, 16, "PCM 16-bit"},
+    {"24", kTagPcm, 24, "PCM 24-bit"},        {"32", kTagPcm, 32, "PCM 32-bit"},
+    {"float", kTagFloat, 32, "float 32-bit"}, {"alaw", kTagALaw, 8, "A-law"},
+    {"mulaw", kTagMuLaw, 8, "mu-law"},
+};
+
+// What keeps the samples of a file as they are, or nearly so; 16-bit PCM for decoders without a width.
+const LCoding& CodingOfInput(const QString& input) {
+    LFileBytes file(input);
+    if (file.IsOpen() && LowerExtension(input) == ".wav") {
+        const LWavHeader header = ReadWavHeader(file);
+        // 64-bit floats become what the program computes with; PCM of odd widths takes the next larger one.
+        const bool isFloat = header.error == kSourceGood && header.tag == kTagFloat;
+        const auto bits = static_cast<uint16_t>(isFloat ? 32 : std::clamp((header.bits + 7) / 8 * 8, 8, 32));
+        if (header.error == kSourceGood) {
+            if (const LCoding* coding = FindCoding(header.tag, bits)) return *coding;
+        }
+    }
+    return *FindCoding("16");
+}
+
+}  // namespace
+
+const LCoding* FindCoding(const QString& name) {
+    const auto found = std::find_if(std::begin(kCodings), std::end(kCodings),
+                                    [&](const LCoding& coding) { return name == coding.name; });
+    return found == std::end(kCodings) ? nullptr : found;
+}
+
+const LCoding* FindCoding(uint16_t tag, uint16_t bits) {
+    const auto found = std::find_if(std::begin(kCodings), std::end(kCodings), [&](const LCoding& coding) {
+        return coding.tag == tag && coding.bits == bits;
+    });
+    return found == std::end(kCodings) ? nullptr : found;
+}
+
+LWorkingFolder::LWorkingFolder() : open_(OpenPrivateCache()) {}
+
+LWorkingFolder::~LWorkingFolder() {
+    if (open_) CloseCache();
+}
+
+ExitStatus CheckOutput(const LArguments& arguments, const QString& input, LContext& context,
+                       LOutput& output) {
+    LConsole& console = context.console;
+    output.path = arguments.operands[1];
+    output.noClobber = arguments.Has(kNoClobberOption.name);
+    const QString extension = LowerExtension(output.path);
+    if (arguments.Has(kBitsOption.name)) {
+        const QString name = arguments.Value(kBitsOption.name);
+        output.coding = FindCoding(name);
+        if (!output.coding) {
+            return console.Fail(
+                QString("--bits: \"%1\" is none of 8, 16, 24, 32, float, alaw, mulaw").arg(name),
+                ExitStatus::kUsage);
+        }
+        if (extension != ".wav") return console.Fail("--bits is for .wav files only", ExitStatus::kUsage);
+    }
+    if (extension.isEmpty()) {
+        return console.Fail(
+            QString("\"%1\" has no extension that tells the kind of file to write").arg(output.path));
+    }
+    if (!FormatCanBeWritten(extension)) {
+        return console.Fail(QString("%1 files cannot be written (see: ondarix-cli formats)").arg(extension));
+    }
+    const QFileInfo info(output.path);
+    if (info.isDir()) return console.Fail(QString("\"%1\" is a folder").arg(output.path));
+    if (output.noClobber && (info.exists() || info.isSymLink())) {
+        return console.Fail(QString("\"%1\" exists").arg(output.path));
+    }
+    if (!QFileInfo(info.path()).isDir()) {
+        return console.Fail(QString("there is no folder \"%1\"").arg(info.path()));
+    }
+    if (!output.coding && QFileInfo(input).isFile()) output.coding = &CodingOfInput(input);
+    return ExitStatus::kSuccess;
+}
+
+ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded) {
+    const JobResult result = LoadSound(path, 0, loaded, context.progress, context.host);
+    return context.Ended(result, QString("\"%1\" cannot be opened").arg(path));
+}
+
+ExitStatus SaveFile(const LLoadedSound& loaded, const LOutput& output, LContext& context) {
+    if (output.noClobber && QFileInfo::exists(output.path)) {
+        return context.console.Fail(QString("\"%1\" exists").arg(output.path));
+    }
+    const LCoding& coding = output.coding ? *output.coding : *FindCoding("16");
+    const LSound& sound = loaded.sound;
+    LSaveRequest request;
+    request.sound = &sound;
+    request.path = output.path;
+    request.record = LFormatRecord::Plain(coding.tag, coding.bits, static_cast<uint32_t>(sound.sampleRate),
+                                          sound.channels);
+    request.foreignChunks = loaded.foreignChunks;
+    const LSaveOutcome outcome = SaveSound(request, context.progress, context.host);
+    const JobResult result = outcome.result == SaveResult::kSuccess     ? JobResult::kSuccess
+                             : outcome.result == SaveResult::kCancelled ? JobResult::kCancelled
+                                                                        : JobResult::kFailed;
+    const ExitStatus status = context.Ended(result, QString("\"%1\" cannot be written").arg(output.path));
+    if (status != ExitStatus::kSuccess) return status;
+    QJsonObject& json = context.console.Result();
+    json["output"] = output.path;
+    json["sampleRate"] = sound.sampleRate;
+    json["channels"] = sound.channels;
+    json["frames"] = JsonInt(sound.Length());
+    json["bytes"] = JsonInt(QFileInfo(output.path).size());
+    if (LowerExtension(output.path) == ".wav") json["coding"] = coding.text;
+    return status;
+}
+
+}  // namespace ondarix
