@@ -96,19 +96,8 @@ ExitStatus RunSettingsList(const LArguments& arguments, LContext& context) {
 }
 
 ExitStatus RunSettingsExport(const LArguments& /*arguments*/, LContext& context) {
-    // One paragraph a section, as INI files have it; values on one line.
-    const QList<SettingRow> rows = ListSettings();
-    QString section;
-    bool isFirst = true;
-    for (const SettingRow& row : rows) {
-        if (isFirst || row.section != section) {
-            context.console.PrintText((isFirst ? "[" : "\n[") + Escaped(row.section) + "]\n");
-        }
-        isFirst = false;
-        section = row.section;
-        context.console.Print(Escaped(row.name) + '=' + Escaped(row.value));
-    }
-    context.console.Result()["settings"] = RowsToJson(rows);
+    context.console.PrintText(ExportSettings());
+    context.console.Result()["settings"] = RowsToJson(ListSettings());
     return ExitStatus::kSuccess;
 }
 

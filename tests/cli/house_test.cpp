@@ -103,18 +103,18 @@ TEST(CliHelp, IsThereForEveryCommandAndInTheManual) {
     const QByteArray overview = home.Run({"--help"}).out;
     EXPECT_GE(help["commands"].toArray().size(), 10);
     for (const auto& row : help["commands"].toArray()) {
-        const QString name = row["name"].toString();
+        const QString name = row.toObject()["name"].toString();
         const Outcome own = home.Run(name.split(' ') + QStringList{"--help"});
         EXPECT_EQ(own.status, 0) << name.toStdString();
-        EXPECT_TRUE(own.out.contains(row["usage"].toString().toUtf8())) << own.out.toStdString();
+        EXPECT_TRUE(own.out.contains(row.toObject()["usage"].toString().toUtf8())) << own.out.toStdString();
         EXPECT_EQ(own.out, home.Run(QStringList{"help"} + name.split(' ')).out);
         EXPECT_TRUE(overview.contains(name.toUtf8())) << name.toStdString();
         EXPECT_TRUE(manual.contains(name)) << "manual page: " << name.toStdString();
         EXPECT_TRUE(guide.contains(name)) << "guide: " << name.toStdString();
-        QJsonArray options = row["options"].toArray();
+        QJsonArray options = row.toObject()["options"].toArray();
         for (const auto& option : help["commonOptions"].toArray()) options += option;
         for (const auto& option : options) {
-            const QString word = option["name"].toString();
+            const QString word = option.toObject()["name"].toString();
             EXPECT_TRUE(own.out.contains(word.toUtf8())) << word.toStdString();
             EXPECT_TRUE(manual.contains(word)) << "manual page: " << word.toStdString();
             EXPECT_TRUE(guide.contains(word)) << "guide: " << word.toStdString();

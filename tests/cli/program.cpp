@@ -41,8 +41,8 @@ QStringList Home::Leftovers() const {
     while (walk.hasNext()) {
         const QString path = walk.next();
         const QString suffix = walk.fileInfo().suffix();
-        if (suffix == "aud" || suffix == "grf" || suffix == "audinfo" || path.contains("private"))
-            left += path;
+        const bool isRunsFolder = walk.fileInfo().isDir() && path.contains("/private/");
+        if (suffix == "aud" || suffix == "grf" || suffix == "audinfo" || isRunsFolder) left += path;
     }
     return left;
 }

@@ -144,7 +144,7 @@ TEST(CliRecordings, ForeignChunksAreToldAndKept) {
         const Outcome outcome = home.Run({"info", "--json", name});
         QStringList ids;
         for (const auto& chunk : outcome.Json()["files"][0]["foreignChunks"].toArray())
-            ids += chunk["id"].toString();
+            ids += chunk.toObject()["id"].toString();
         EXPECT_EQ(ids, (QStringList{"bext", "LIST"})) << name;
         if (!QFile::exists(home.File("out.wav"))) {
             ASSERT_EQ(home.Run({"edit", "in.wav", "out.wav", "delete", "0", "50ms"}).status, 0);
@@ -192,12 +192,12 @@ TEST(CliRecordings, TheFormatListKeepsItsWord) {
     const QJsonObject formats = home.Run({"formats", "--json"}).Json();
     QStringList readable;
     for (const auto& row : formats["readers"].toArray()) {
-        for (const auto& extension : row["extensions"].toArray()) readable += extension.toString();
+        for (const auto& extension : row.toObject()["extensions"].toArray()) readable += extension.toString();
     }
     EXPECT_TRUE(readable.contains(".wav"));
     int saved = 0;
     for (const auto& row : formats["writers"].toArray()) {
-        for (const auto& value : row["extensions"].toArray()) {
+        for (const auto& value : row.toObject()["extensions"].toArray()) {
             const QString out = home.File("out" + value.toString());
             const Outcome outcome = home.Run({"convert", "in.wav", out});
             EXPECT_EQ(outcome.status, 0) << value.toString().toStdString() << outcome.err.toStdString();
