@@ -11,8 +11,6 @@
 
 namespace ondarix {
 
-class LProgressWindow;
-
 // IsCancelled() pumps events at most every few milliseconds: when it is not yet time again, or nothing waits,
 // it costs one clock read. The window appears only when the work lasts longer than half a second. [ui]
 class LProgressDialog : public LProgress {
@@ -30,6 +28,9 @@ class LProgressDialog : public LProgress {
     void SetIndeterminate() override;
     void SetDeterminate() override;
 
+    // Cancels every job that runs: the program is asked to end.
+    static void CancelAll();
+
     // Disables the owner, runs Process on this thread, enables, activates and focuses the owner again.
     void RunModal();
 
@@ -37,7 +38,6 @@ class LProgressDialog : public LProgress {
     virtual void Process() = 0;
 
   private:
-    friend class LProgressWindow;
     struct State;
     std::unique_ptr<State> state_;
 };
