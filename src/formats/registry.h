@@ -44,6 +44,8 @@ struct LReaderRow {
     int onFailure;                                         // order at which the walk goes on, 0: it ends
 };
 std::span<const LReaderRow> ReaderTable();
+// The first row of the order or a later one that takes the extension; null when the walk has ended.
+const LReaderRow* NextReader(const QString& extension, int fromOrder);
 
 struct LWriterRow {
     const char* extensions;

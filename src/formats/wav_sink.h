@@ -23,8 +23,10 @@ struct LWavSinkOptions {
     LForeignChunks foreign;
 };
 
-// PCM of 8, 16, 24 and 32 bits, 32-bit float, A-law and mu-law. Opens an existing file and cuts it back.
-// Headers have size 0 until Finish writes the true ones, which also tells a concurrent reader to follow.
+// PCM of 8, 16, 24 and 32 bits, 32-bit float, A-law and mu-law; any other record fails. Opens an existing
+// file and cuts it back. The header is always the plain form, also for more than two channels. The chunk
+// being written has size 0 until it is full or Finish writes the true sizes, which also tells a concurrent
+// reader to follow.
 class LWavSink final : public LSoundSink {
   public:
     LWavSink(const QString& path, const LFormatRecord& record, LWavSinkOptions options = {});
@@ -34,9 +36,15 @@ class LWavSink final : public LSoundSink {
     void Finish() override;
 
   private:
+    void Convert(const float* src, int64_t frames);
     void WriteHeader(uint32_t dataSize);
     void WriteBytes(const uint8_t* from, int64_t bytes);
+    void WriteSizeOf(int64_t chunk, int64_t size);
+    int64_t ChunkOf(int64_t dataByte) const;  // number of the chunk that holds the byte
+    int64_t ChunkBegin(int64_t chunk) const;  // its first data byte
     int64_t FileOffsetOf(int64_t dataByte) const;
+    int64_t EndOffset(int64_t bytes) const;  // behind so many data bytes
+    void Fail() { flags |= kFailed; }
 
     int fd_ = -1;
     LFormatRecord record_;
@@ -46,6 +54,7 @@ class LWavSink final : public LSoundSink {
     int64_t dataStart_ = 0;  // file offset of the first sample
     int64_t dataBytes_ = 0;  // sample bytes written, headers between chunks not counted
     int32_t bytesPerFrame_ = 0;
+    int32_t blockFrames_ = 0;  // frames that the buffer holds
     std::vector<uint8_t> buffer_;
     bool finished_ = false;
 };
