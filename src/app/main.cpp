@@ -1,2 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-int main() { return 0; }
+#include "app/startup.h"
+
+int main(int argc, char** argv) { return ondarix::RunEditor(argc, argv); }

@@ -1,0 +1,261 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "app/startup.h"
+
+#include <QAbstractButton>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QThread>
+#include <cstdio>
+#include <optional>
+
+#include "app/application.h"
+#include "app/background_registry.h"
+#include "app/command_line_processor.h"
+#include "app/deferred_delete.h"
+#include "app/frame.h"
+#include "app/instance.h"
+#include "app/marker_file.h"
+#include "app/progress_dialog.h"
+#include "app/signals.h"
+#include "gen/paths.h"
+#include "gen/phase.h"
+#include "gen/settings.h"
+#include "sound/cache.h"
+
+namespace ondarix {
+
+void (*gOfferRecovery)(QWidget* frame) = nullptr;
+
+namespace {
+
+constexpr int kExitNoWindow = 2;
+constexpr int kRunLockBudgetMs = 20000;
+
+constexpr const char* kUsage =
+    "Usage: ondarix [SWITCH]... [FILE]...\n"
+    "Opens sounds, projects (.odxp) and batches (.odxb) in the Ondarix sound editor. When it runs already, "
+    "it\n"
+    "does what the arguments say.\n"
+    "\n"
+    "  -save                    save the active sound under its name\n"
+    "  -saveas FILE             save the active sound under another name\n"
+    "  -list FILE               open the sounds that a text file lists, one path a line\n"
+    "  -play, -record, -stop, -restart\n"
+    "                           playback and recording\n"
+    "  -window WIDTH HEIGHT     size of the window's inside\n"
+    "  -minimize, -maximize, -restore\n"
+    "                           state of the window\n"
+    "  -close                   hide the window and go on in the background\n"
+    "  -exit                    end the program\n"
+    "  -batch [-run] [-quit] [-inpdir FOLDER] [-destdir FOLDER] [-output FORMAT] [FILE]...\n"
+    "                           convert files; must come last\n"
+    "  --help, --version\n";
+
+QStringList ArgumentsOf(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) arguments.append(QFile::decodeName(argv[i]));
+    return MakeArgumentsPortable(arguments, QDir::currentPath());
+}
+
+// Requests that are answered on standard output without a window.
+bool AnswersWithoutWindow(const QStringList& arguments) {
+    if (arguments.size() != 2) return false;
+    if (arguments[1] == QLatin1String("--help")) {
+        std::fputs(kUsage, stdout);
+        return true;
+    }
+    if (arguments[1] != QLatin1String("--version")) return false;
+    std::puts("ondarix " ONDARIX_VERSION);
+    return true;
+}
+
+bool HasDisplay() {
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        if (!qEnvironmentVariableIsEmpty(name)) return true;
+    return false;
+}
+
+enum class Role : uint8_t { kSender, kInstance, kNeither };
+
+// An instance that is closing does not answer any more, and holds its lock until it has ended: then this
+// process takes its place.
+Role FindRole(const QStringList& arguments, LRuntimeLock& runLock) {
+    QElapsedTimer waiting;
+    waiting.start();
+    for (;;) {
+        if (HandOver(arguments) != HandOverResult::kNoInstance) return Role::kSender;
+        if (runLock.Take(0)) return Role::kInstance;
+        if (waiting.hasExpired(kRunLockBudgetMs)) return Role::kNeither;
+        QThread::msleep(50);
+    }
+}
+
+// The frame with everything around it that lives as long.
+class EditorRun {
+  public:
+    EditorRun(LApplication& application, LRuntimeLock& startLock)
+        : application_(application), startLock_(startLock) {}
+    void Start(const QStringList& arguments);
+    void Finish();
+
+  private:
+    void WorkThrough(const QStringList& arguments);
+    int Process(const QStringList& arguments, QString& reply);
+    LProgramState State() const;
+    void AskAboutLastRun();
+
+    LApplication& application_;
+    LRuntimeLock& startLock_;
+    bool closing_ = false;
+    LMarkerFile marker_;
+    std::unique_ptr<LMainFrame> frame_;
+    std::optional<LInstanceServer> instance_, automation_;
+    std::optional<LSignalWatch> signals_;
+};
+
+void EditorRun::Start(const QStringList& arguments) {
+    const bool lastRunCrashed = marker_.Begin(LMarkerFile::DefaultPath());
+    SetProgramPhase(kPhaseWindowInit);
+    frame_ = std::make_unique<LMainFrame>();
+    application_.SetMainWindow(frame_.get());
+    signals_.emplace([this] {
+        LProgressDialog::CancelAll();
+        frame_->PostClose(false);
+    });
+
+    LInstanceServer::Handlers handlers;
+    handlers.bringForward = [this] {
+        if (!closing_) frame_->BringForward();
+    };
+    handlers.handOver = [this](const QStringList& list) { WorkThrough(list); };
+    handlers.automation = [this](const QStringList& list, QString& reply) { return Process(list, reply); };
+    instance_.emplace(LInstanceServer::Kind::kInstance, handlers).Listen(InstanceSocketPath());
+    automation_.emplace(LInstanceServer::Kind::kAutomation, handlers).Listen(AutomationSocketPath());
+
+    frame_->show();
+    if (lastRunCrashed) AskAboutLastRun();
+    if (gOfferRecovery) gOfferRecovery(frame_.get());
+    QString reply;
+    Process(arguments, reply);
+    startLock_.Release();
+    SetProgramPhase(kPhaseRunning);
+    frame_->AfterStartup();
+}
+
+// The hand-over of a second process. `arguments` never empty.
+void EditorRun::WorkThrough(const QStringList& arguments) {
+    if (closing_) return;
+    const QString link = LinkArgument(arguments);
+    QString reply;
+    if (arguments.size() == 1)
+        frame_->BringForward();
+    else if (!link.isEmpty())
+        frame_->OpenLink(link);
+    else
+        Process(arguments, reply);
+}
+
+int EditorRun::Process(const QStringList& arguments, QString& reply) {
+    return LCommandLineProcessor(*frame_, [this] { return State(); }).Process(arguments, reply);
+}
+
+LProgramState EditorRun::State() const {
+    LProgramState state;
+    for (LSoundWindow* window : frame_->Sounds()) {
+        const LSoundDocument& document = window->Document();
+        state.open.append(document.path.isEmpty() ? document.title : document.path);
+    }
+    state.listeners = frame_->Listeners();
+    return state;
+}
+
+// Beside the frame and not over it: nothing waits for the answer.
+void EditorRun::AskAboutLastRun() {
+    auto* box = new QMessageBox(QMessageBox::Question, QStringLiteral("Ondarix"),
+                                QStringLiteral("Did Ondarix hang or crash when last run?"),
+                                QMessageBox::NoButton, frame_.get());
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::NonModal);
+    const auto* crashed = box->addButton(QStringLiteral("It Crashed"), QMessageBox::ActionRole);
+    auto* other = box->addButton(QStringLiteral("Something Else"), QMessageBox::ActionRole);
+    box->setDefaultButton(other);
+    box->setEscapeButton(other);
+    QObject::connect(box, &QMessageBox::buttonClicked, box, [crashed](const QAbstractButton* chosen) {
+        if (chosen == crashed && gOnCrashReported) gOnCrashReported();
+    });
+    box->show();
+}
+
+void EditorRun::Finish() {
+    closing_ = true;
+    // From here on a second process finds nobody, and waits for the end of this one to be the next instance.
+    instance_->Close();
+    automation_->Close();
+    QCoreApplication::processEvents();
+    StopBackgroundThreads();
+    SetProgramPhase(kPhaseWindowDestroy);
+    signals_.reset();
+    DeferredDeletes().Empty();
+    frame_.reset();
+    SetProgramPhase(kPhaseGlobalDestroy);
+    instance_.reset();
+    automation_.reset();
+    CleanCache(CleanMode::kProgramEnd);
+    CloseCache();
+    marker_.End();
+}
+
+int RunInstance(char** argv, const QStringList& arguments, LRuntimeLock& startLock) {
+    int qtArgc = 1;  // the arguments are ours alone
+    LApplication application(qtArgc, argv);
+    if (!OpenCache()) {
+        startLock.Release();
+        const QString text = QStringLiteral(
+            "The working folder cannot be used: it cannot be written, or another "
+            "program works in it.");
+        std::fprintf(stderr, "ondarix: %s\n", qPrintable(text));
+        QMessageBox::critical(nullptr, QStringLiteral("Ondarix"), text);
+        return kExitNoWindow;
+    }
+    ConvertOldSettings();
+    EditorRun run(application, startLock);
+    run.Start(arguments);
+    const int status = application.Run();
+    run.Finish();
+    return status;
+}
+
+int Refuse(const char* why) {
+    std::fprintf(stderr, "ondarix: %s\n", why);
+    return kExitNoWindow;
+}
+
+}  // namespace
+
+int RunEditor(int argc, char** argv) {
+    LApplication::SetNames();
+    RegisterThreadTag("MAIN");
+    SetProgramPhase(kPhaseGlobalInit);
+    const QStringList arguments = ArgumentsOf(argc, argv);
+    if (AnswersWithoutWindow(arguments)) return 0;
+    if (RuntimeFolder().isEmpty()) return Refuse("the run-time folder cannot be made");
+
+    LRuntimeLock startLock(kStartLockName);
+    LRuntimeLock runLock(kRunLockName);
+    startLock.Take(kStartLockBudgetMs);  // without it two instances are still kept apart by the other one
+    switch (FindRole(arguments, runLock)) {
+        case Role::kSender:
+            return 0;
+        case Role::kNeither:
+            return Refuse("the running instance does not answer and does not end");
+        case Role::kInstance:
+            break;
+    }
+    if (!HasDisplay()) return Refuse("no display; use ondarix-cli");
+    return RunInstance(argv, arguments, startLock);
+}
+
+}  // namespace ondarix
