@@ -107,6 +107,7 @@ int main(int argc, char** argv) {
         for (uint64_t times = 1 + random() % 4; times > 0; --times) MutateOnce(input, corpus, random);
         LLVMFuzzerTestOneInput(input.data(), input.size());
     }
-    std::printf("%s: %zu inputs\n", argv[0], corpus.size() + static_cast<size_t>(runs));
+    std::printf("%s: %zu inputs\n", std::filesystem::path(argv[0]).filename().c_str(),
+                corpus.size() + static_cast<size_t>(runs));
     return 0;
 }

@@ -14,13 +14,25 @@ namespace {
 
 constexpr int kFinishedWaitMs = 1000;
 
-void SetWorkerPriority(ThreadPriority priority) {
+bool SetPolicy(pthread_t thread, int policy, int level = 0) {
     sched_param parameters{};
-    if (priority == ThreadPriority::kLowest) pthread_setschedparam(pthread_self(), SCHED_IDLE, &parameters);
-    if (priority == ThreadPriority::kTimeCritical) {
-        parameters.sched_priority = sched_get_priority_min(SCHED_RR);
-        pthread_setschedparam(pthread_self(), SCHED_RR, &parameters);
-    }
+    parameters.sched_priority = level;
+    return pthread_setschedparam(thread, policy, &parameters) == 0;
+}
+
+// A thread starts with the policy of the one that made it, so every priority is set.
+void SetWorkerPriority(ThreadPriority priority) {
+    const bool critical = priority == ThreadPriority::kTimeCritical;
+    if (critical && SetPolicy(pthread_self(), SCHED_RR, sched_get_priority_min(SCHED_RR))) return;
+    SetPolicy(pthread_self(), priority == ThreadPriority::kLowest ? SCHED_IDLE : SCHED_OTHER);
+}
+
+// To the priority of the calling thread, or to the normal one where the system refuses that.
+void RaiseToCaller(pthread_t thread) {
+    int policy = SCHED_OTHER;
+    sched_param parameters{};
+    const bool known = pthread_getschedparam(pthread_self(), &policy, &parameters) == 0;
+    if (!known || !SetPolicy(thread, policy, parameters.sched_priority)) SetPolicy(thread, SCHED_OTHER);
 }
 
 }  // namespace
@@ -33,6 +45,7 @@ LBackgroundThread::~LBackgroundThread() { Stop(); }
 
 bool LBackgroundThread::Start(ThreadPriority priority) {
     const std::lock_guard guard(lock_);
+    if (stop_.Handle().fd < 0 || finished_.Handle().fd < 0) return false;
     if (running_ && !finished_.IsSet()) return true;
     if (thread_.joinable()) {
         if (!finished_.Wait(kFinishedWaitMs)) return false;
@@ -55,13 +68,15 @@ bool LBackgroundThread::Start(ThreadPriority priority) {
 void LBackgroundThread::Main(ThreadPriority priority) {
     RegisterThreadTag(tag_);
     SetWorkerPriority(priority);
+    // A stop that came first has raised the thread in vain.
+    if (stopping_) SetWorkerPriority(ThreadPriority::kNormal);
     Run();
     UnregisterThreadTag();
     finished_.Set();
 }
 
 void LBackgroundThread::SignalStop() {
-    stopping_.store(true, std::memory_order_relaxed);
+    stopping_ = true;
     stop_.Set();
 }
 
@@ -69,16 +84,12 @@ void LBackgroundThread::Stop() {
     const std::lock_guard guard(lock_);
     if (!thread_.joinable()) return;
     SignalStop();
-    int policy = SCHED_OTHER;
-    sched_param parameters{};
-    if (pthread_getschedparam(pthread_self(), &policy, &parameters) == 0) {
-        pthread_setschedparam(thread_.native_handle(), policy, &parameters);
-    }
+    RaiseToCaller(thread_.native_handle());
     thread_.join();
     running_ = false;
 }
 
-bool LBackgroundThread::IsRunning() const { return !finished_.IsSet(); }
+bool LBackgroundThread::IsRunning() const { return finished_.Handle().fd >= 0 && !finished_.IsSet(); }
 
 bool LBackgroundThread::IsCancelled() { return stopping_.load(std::memory_order_relaxed); }
 

@@ -14,9 +14,10 @@ namespace {
 
 // Allocates nothing itself.
 void OnOutOfMemory() {
-    char line[96];
-    const int length = std::snprintf(line, sizeof line, "ondarix: out of memory (phase %d, thread %d)\n",
-                                     static_cast<int>(ProgramPhase()), static_cast<int>(gettid()));
+    char where[64];
+    DescribeProgramPhase(where, sizeof where);
+    char line[128];
+    const int length = std::snprintf(line, sizeof line, "ondarix: out of memory (%s)\n", where);
     [[maybe_unused]] const ssize_t put = write(STDERR_FILENO, line, static_cast<size_t>(length));
     std::abort();
 }

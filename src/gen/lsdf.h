@@ -31,7 +31,8 @@ enum class LsdfType : uint16_t {
     kI32As64 = 9,  // sign-extended from 32 bits
 };
 
-enum class LsdfFileKind : uint32_t { kProject = 26, kAudInfo = 43 };
+enum class LsdfFileKind : uint32_t { kEffectChain = 11, kProject = 26, kAudInfo = 43 };
+inline constexpr uint32_t kLsdfAnyKind = UINT32_MAX;  // for readers that take a file of any kind
 
 struct LsdfChunk {
     uint16_t id = 0;
@@ -47,8 +48,8 @@ class LLsdfReader {
     static constexpr int64_t kRootPayload = 24;
     static constexpr int kMaxDepth = 32;
 
-    // `kind`: the file kind that is expected. Not valid: shorter than 28 bytes, wrong magic, container
-    // version, kind or root header. A missing trailer is accepted (a file cut short).
+    // `kind`: the file kind that is expected, or kLsdfAnyKind. Not valid: shorter than 28 bytes, wrong magic,
+    // container version, kind or root header. A missing trailer is accepted (a file cut short).
     LLsdfReader(std::shared_ptr<LByteSource> source, uint32_t kind);
     bool IsValid() const { return valid_; }
     uint16_t FormatVersion() const { return version_; }
@@ -99,7 +100,7 @@ class LLsdfWriter {
 
     void Open(uint16_t id, LsdfType type = LsdfType::kGroup);  // a chunk whose payload follows
     void Write(const void* bytes, int64_t count);              // payload of an open chunk
-    void CloseChunk();
+    void CloseChunk();                                         // the innermost; nothing when none is open
 
     void PutBool(uint16_t id, bool value);
     void PutU32(uint16_t id, uint32_t value);
@@ -115,6 +116,7 @@ class LLsdfWriter {
 
   private:
     LLsdfWriter() = default;
+    void CloseInnermost();  // the root too
 
     int fd_ = -1;
     int64_t position_ = 0;

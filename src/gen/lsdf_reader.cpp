@@ -23,8 +23,8 @@ LLsdfReader::LLsdfReader(std::shared_ptr<LByteSource> source, uint32_t kind) : s
     size_ = source_->Size();
     if (size_ < kLsdfShortestFile || !source_->ReadExactlyAt(0, header, sizeof header)) return;
     if (std::memcmp(header, kLsdfMagic, sizeof kLsdfMagic) != 0 || LoadLe<uint16_t>(header + 4) != 1) return;
-    if (LoadLe<uint32_t>(header + 6) != kind || LoadLe<uint32_t>(header + 12) != 0)
-        return;  // root: id 0, type 0
+    if (kind != kLsdfAnyKind && LoadLe<uint32_t>(header + 6) != kind) return;
+    if (LoadLe<uint32_t>(header + 12) != 0) return;  // root: id 0, type 0
     version_ = LoadLe<uint16_t>(header + 10);
 
     // The trailer is no data; where it is missing or the root was never closed, the data runs to the end.

@@ -54,7 +54,10 @@ void LLsdfWriter::Open(uint16_t id, LsdfType type) {
 }
 
 void LLsdfWriter::CloseChunk() {
-    if (open_.empty()) return;
+    if (open_.size() > 1) CloseInnermost();
+}
+
+void LLsdfWriter::CloseInnermost() {
     const int64_t payload = open_.back();
     open_.pop_back();
     uint8_t size[kSizeFieldBytes];
@@ -117,7 +120,7 @@ void LLsdfWriter::PutBytes(uint16_t id, const QByteArray& bytes) {
 
 void LLsdfWriter::Close() {
     if (open_.empty()) return;
-    while (!open_.empty()) CloseChunk();
+    while (!open_.empty()) CloseInnermost();
     Write(kTrailer, sizeof kTrailer);
     if (fd_ >= 0 && close(fd_) != 0) failed_ = true;
     fd_ = -1;

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -35,19 +36,47 @@ int32_t ProgramPhase() { return gPhase; }
 void SetProgramPhase(int32_t phase) { gPhase = phase; }
 int32_t LastCommand() { return gLastCommand; }
 
-QString ProgramPhaseLabel(int32_t phase) {
+namespace {
+
+// Null for a command's number and for the resting phase.
+const char* PhaseName(int32_t phase) {
     switch (phase) {
         case kPhaseGlobalInit:
-            return QStringLiteral("GloIni1");
+            return "GloIni1";
         case kPhaseWindowInit:
-            return QStringLiteral("GuiIni2");
+            return "GuiIni2";
         case kPhaseWindowDestroy:
-            return QStringLiteral("GuiDes3");
+            return "GuiDes3";
         case kPhaseGlobalDestroy:
-            return QStringLiteral("GloDes4");
+            return "GloDes4";
         default:
-            return QString::number(phase);
+            return nullptr;
     }
+}
+
+// The tag where the table can be had at once, otherwise digits of the thread's id.
+void CopyThreadTag(char (&tag)[5]) {
+    std::snprintf(tag, sizeof tag, "%.4u", static_cast<unsigned>(gettid()) % 10000U);
+    const std::unique_lock guard(gTagLock, std::try_to_lock);
+    if (!guard.owns_lock()) return;
+    if (const TagRecord* record = FindTag(gettid())) std::memcpy(tag, record->tag, sizeof tag);
+}
+
+}  // namespace
+
+QString ProgramPhaseLabel(int32_t phase) {
+    const char* name = PhaseName(phase);
+    return name ? QString::fromLatin1(name) : QString::number(phase);
+}
+
+size_t DescribeProgramPhase(char* text, size_t room) {
+    char tag[5];
+    CopyThreadTag(tag);
+    const int32_t phase = gPhase;
+    const char* name = PhaseName(phase);
+    const int length = name ? std::snprintf(text, room, "phase %s, thread %s", name, tag)
+                            : std::snprintf(text, room, "phase %d, thread %s", phase, tag);
+    return std::min(static_cast<size_t>(length), room - 1);
 }
 
 LCommandPhase::LCommandPhase(int32_t command) : before_(gPhase.exchange(command)), command_(command) {}

@@ -17,10 +17,13 @@ enum : int32_t {
 
 int32_t ProgramPhase();
 void SetProgramPhase(int32_t phase);
-// The last command that was started while no other was in progress; 0 before the first.
+// The last command that has ended and was started while no other was in progress; 0 before the first.
 int32_t LastCommand();
 // "GloIni1", "GuiIni2", "GuiDes3", "GloDes4", otherwise the number in decimal.
 QString ProgramPhaseLabel(int32_t phase);
+// Label and tag of the calling thread as one line of text in a failure report, "phase GuiIni2, thread MAIN".
+// Allocates nothing and waits for nothing. Returns the length, at most `room` - 1.
+size_t DescribeProgramPhase(char* text, size_t room);
 
 // Holds the command's number for the time of its handler.
 class LCommandPhase {

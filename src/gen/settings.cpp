@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "gen/settings.h"
 
+#include <locale.h>
+
 #include <algorithm>
+#include <charconv>
+#include <cstdlib>
 #include <limits>
 
 #include "gen/settings_store.h"
@@ -12,11 +16,13 @@ namespace {
 
 const QString kKeyRoot = QStringLiteral("Software\\Vellmark Works\\Ondarix\\");
 
+bool IsBlank(QChar unit) { return unit == QLatin1Char(' ') || (unit >= u'\t' && unit <= u'\r'); }
+
 // Decimal text as C reads it: leading blanks, a sign, digits up to the first other character; 0 without
 // digits.
 int32_t IntFromText(const QString& text) {
     qsizetype at = 0;
-    while (at < text.size() && text.at(at).isSpace()) ++at;
+    while (at < text.size() && IsBlank(text.at(at))) ++at;
     const bool negative = at < text.size() && text.at(at) == QLatin1Char('-');
     if (negative || (at < text.size() && text.at(at) == QLatin1Char('+'))) ++at;
     int64_t value = 0;
@@ -29,15 +35,19 @@ int32_t IntFromText(const QString& text) {
     return static_cast<int32_t>(std::clamp(negative ? -value : value, kLowest, kHighest));
 }
 
-// The longest prefix that is a number, 0 without one; the decimal sign is a point in every language.
+// The longest prefix that is a decimal number, 0 without one; the decimal sign is a point in every language.
+// Never infinite and never no number: "inf", "nan" and hexadecimal digits are garbage like any other.
 double DoubleFromText(const QString& text) {
-    const QString trimmed = text.trimmed();
-    for (qsizetype length = trimmed.size(); length > 0; --length) {
-        bool good = false;
-        const double value = trimmed.left(length).toDouble(&good);
-        if (good) return value;
-    }
-    return 0;
+    static const locale_t kPlain = newlocale(LC_ALL_MASK, "C", nullptr);
+    const QByteArray latin = text.toLatin1();
+    const char* from = latin.constData();
+    while (IsBlank(QLatin1Char(*from))) ++from;
+    const char* digits = *from == '-' || *from == '+' ? from + 1 : from;
+    const bool decimal = (*digits >= '0' && *digits <= '9') || *digits == '.';
+    const bool hexadecimal = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+    if (!decimal || hexadecimal) return 0;
+    constexpr double kHighest = std::numeric_limits<double>::max();
+    return std::clamp(strtod_l(from, nullptr, kPlain), -kHighest, kHighest);
 }
 
 constexpr SettingConversion kConversions[] = {
@@ -46,7 +56,7 @@ constexpr SettingConversion kConversions[] = {
 };
 
 std::optional<QString> ReadText(const QString& section, const QString& name) {
-    return LSettingsStore::Instance().Read(SettingsKeyPath(section), name);
+    return GetSettingLongString(SettingsKeyPath(section), name);
 }
 
 QString Escaped(QString text) {
@@ -83,11 +93,13 @@ double GetSettingDouble(const QString& section, const QString& name, double fall
 }
 
 bool SetSettingDouble(const QString& section, const QString& name, double value) {
-    return SetSettingString(section, name, QString::number(value, 'f', 16));
+    char text[400];  // the largest value has 309 digits before the point
+    const auto [end, error] = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 16);
+    return error == std::errc() && SetSettingString(section, name, QString::fromLatin1(text, end - text));
 }
 
 QString GetSettingString(const QString& section, const QString& name, const QString& fallback) {
-    return CutToFixedText(GetSettingLongString(SettingsKeyPath(section), name).value_or(fallback));
+    return CutToFixedText(ReadText(section, name).value_or(fallback));
 }
 
 std::optional<QString> GetSettingLongString(const QString& keyPath, const QString& name) {
@@ -147,8 +159,8 @@ void ConvertOldSettings() {
         const QString oldName = QLatin1String(conversion.oldName);
         if (!SettingExists(section, oldName)) continue;
         const QString value = conversion.convert(ReadText(section, oldName).value_or(QString()));
-        LSettingsStore::Instance().Delete(SettingsKeyPath(section), oldName);
-        SetSettingString(section, QLatin1String(conversion.newName), value);
+        if (SetSettingString(section, QLatin1String(conversion.newName), value))
+            LSettingsStore::Instance().Delete(SettingsKeyPath(section), oldName);
     }
 }
 

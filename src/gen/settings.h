@@ -2,7 +2,9 @@
 // The user's preferences: text values by section and name, in one SQLite database (settings.db, WAL) that
 // is read and written at the moment of use. A setting has no declaration: name, section and the default at
 // the place of use are all there is. Everything here is safe from any thread and from several processes at
-// once, but not for a real-time call-back.
+// once, but not for a real-time call-back. Sections and names compare without regard to the case of ASCII
+// letters; other letters compare exactly. A database that is damaged is put aside, and all settings answer
+// their defaults from then on. A failing read gives the default, a failing write false.
 #pragma once
 #include <QList>
 #include <QString>

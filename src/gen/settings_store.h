@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The database below the settings: one connection a process, guarded by a lock; private to src/gen.
 #pragma once
+#include <sys/types.h>
+
 #include <QString>
+#include <QStringList>
+#include <array>
 #include <functional>
+#include <initializer_list>
 #include <mutex>
 #include <optional>
 
@@ -11,6 +16,9 @@ struct sqlite3_stmt;
 
 namespace ondarix {
 
+// Looks at the file before every use: a folder or a database that has been replaced meanwhile is opened
+// anew. A database that SQLite calls damaged is put aside as settings.db.broken-<time>, whenever that shows,
+// and an empty one takes its place. [any]
 class LSettingsStore {
   public:
     static LSettingsStore& Instance();
@@ -29,15 +37,31 @@ class LSettingsStore {
     LSettingsStore& operator=(const LSettingsStore&) = delete;
 
   private:
+    enum Query { kRead, kWrite, kDelete, kList, kQueryCount };
+    struct FileIdentity {
+        dev_t device = 0;
+        ino_t inode = 0;  // 0: there is no file
+        bool operator==(const FileIdentity&) const = default;
+    };
+
     LSettingsStore() = default;
-    bool Ready();  // opens, or opens anew when the configuration folder is another one now
-    bool OpenAt(const QString& folder);
+    FileIdentity Identity() const;
+    bool Ready();
+    bool Open();
+    int OpenOnce();
+    void PutAside(const FileIdentity& damaged);
     void Close();
-    sqlite3_stmt* Prepare(const char* sql);
+    sqlite3_stmt* Prepared(Query query);
+    int Step(Query query, std::initializer_list<QString> texts, QStringList* cells);
+    int Run(Query query, std::initializer_list<QString> texts, QStringList* cells = nullptr);
 
     std::mutex lock_;
     sqlite3* database_ = nullptr;
+    std::array<sqlite3_stmt*, kQueryCount> statements_{};
     QString folder_;
+    QByteArray file_;
+    FileIdentity opened_;
+    int changed_ = 0;  // rows that the last statement changed
 };
 
 }  // namespace ondarix

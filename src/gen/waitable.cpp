@@ -15,22 +15,38 @@ namespace {
 
 using WaitClock = std::chrono::steady_clock;
 
-// poll() with what is left of the time after a signal has interrupted it.
-int PollFor(pollfd* fds, nfds_t count, int ms) {
-    const auto end = WaitClock::now() + std::chrono::milliseconds(std::max(ms, 0));
-    int left = ms < 0 ? -1 : ms;
+// Milliseconds that are left of a wait.
+class LDeadline {
+  public:
+    explicit LDeadline(int ms)
+        : ms_(ms), end_(WaitClock::now() + std::chrono::milliseconds(std::max(ms, 0))) {}
+    int Left() const {
+        if (ms_ < 0) return kWaitForever;
+        const auto rest = std::chrono::ceil<std::chrono::milliseconds>(end_ - WaitClock::now()).count();
+        return static_cast<int>(std::clamp<int64_t>(rest, 0, ms_));
+    }
+
+  private:
+    int ms_;
+    WaitClock::time_point end_;
+};
+
+// poll() again with what is left of the time when a signal has interrupted it.
+int PollUntil(pollfd* fds, nfds_t count, const LDeadline& deadline) {
     for (;;) {
-        const int ready = poll(fds, count, left);
+        const int ready = poll(fds, count, deadline.Left());
         if (ready >= 0 || errno != EINTR) return ready;
-        if (ms < 0) continue;
-        const auto rest =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - WaitClock::now()).count();
-        left = static_cast<int>(std::clamp<int64_t>(rest, 0, ms));
     }
 }
 
 // A descriptor whose other end has hung up will not be signalled again, but waiting longer is no use either.
 bool IsReady(const pollfd& entry) { return (entry.revents & (POLLIN | POLLHUP | POLLERR)) != 0; }
+
+// False when it is an automatic event that another thread was quicker to take.
+bool Take(const LWaitHandle& handle) {
+    uint64_t count;
+    return !handle.consumed || read(handle.fd, &count, sizeof count) == sizeof count;
+}
 
 }  // namespace
 
@@ -53,20 +69,13 @@ void LEvent::Reset() {
 
 bool LEvent::IsSet() const {
     pollfd entry{fd_, POLLIN, 0};
-    return PollFor(&entry, 1, 0) > 0;
+    return PollUntil(&entry, 1, LDeadline(0)) > 0;
 }
 
 bool LEvent::Wait(int ms) {
-    const auto end = WaitClock::now() + std::chrono::milliseconds(std::max(ms, 0));
-    for (;;) {
-        pollfd entry{fd_, POLLIN, 0};
-        const auto rest =
-            std::chrono::duration_cast<std::chrono::milliseconds>(end - WaitClock::now()).count();
-        if (PollFor(&entry, 1, ms < 0 ? -1 : static_cast<int>(std::max<int64_t>(rest, 0))) <= 0) return false;
-        if (mode_ == Mode::kManualReset) return true;
-        uint64_t count;
-        if (read(fd_, &count, sizeof count) == sizeof count) return true;  // otherwise another thread took it
-    }
+    LHandleList list;
+    list.Add(Handle());
+    return WaitForAny(list, {}, ms) == WaitResult::kSignalled;
 }
 
 LProcessWaitable::LProcessWaitable(int pid) : fd_(static_cast<int>(syscall(SYS_pidfd_open, pid, 0))) {}
@@ -87,10 +96,17 @@ WaitResult WaitForAny(const LHandleList& handles, LWaitHandle cancel, int ms) {
     entries[count++] = {cancel.fd, POLLIN, 0};  // poll() passes over a descriptor of -1
     const int waited = std::min(handles.Count(), LHandleList::kWaitedFor);
     for (int i = 0; i < waited; ++i) entries[count++] = {handles.At(i).fd, POLLIN, 0};
-    if (PollFor(entries.data(), count, ms) <= 0) return WaitResult::kTimedOut;
-    if (IsReady(entries[0])) return WaitResult::kCancelled;
-    const bool signalled = std::any_of(entries.begin() + 1, entries.begin() + count, IsReady);
-    return signalled ? WaitResult::kSignalled : WaitResult::kTimedOut;
+    for (const LDeadline deadline(ms);;) {
+        if (PollUntil(entries.data(), count, deadline) <= 0) return WaitResult::kTimedOut;
+        bool anyReady = false;
+        for (nfds_t i = 0; i < count; ++i) {
+            if (!IsReady(entries[i])) continue;
+            anyReady = true;
+            if (i == 0 && Take(cancel)) return WaitResult::kCancelled;
+            if (i > 0 && Take(handles.At(static_cast<int>(i) - 1))) return WaitResult::kSignalled;
+        }
+        if (!anyReady) return WaitResult::kTimedOut;
+    }
 }
 
 }  // namespace ondarix

@@ -20,6 +20,7 @@ enum class WaitResult : uint32_t {
 // A handle is any descriptor that poll() reports readable while the thing is signalled. Not owned.
 struct LWaitHandle {
     int fd = -1;
+    bool consumed = false;  // the wait that it ends reads its eight bytes: an automatic event
 };
 
 // An event of Win32 manner over an eventfd. A manual-reset event stays signalled until Reset();
@@ -37,7 +38,7 @@ class LEvent {
     bool IsSet() const;  // one poll() without a wait; never consumes
     // Waits at most `ms` milliseconds, kWaitForever for no limit. True when signalled.
     bool Wait(int ms);
-    LWaitHandle Handle() const { return {fd_}; }
+    LWaitHandle Handle() const { return {fd_, mode_ == Mode::kAutoReset}; }
 
   private:
     int fd_;
@@ -52,7 +53,7 @@ class LProcessWaitable {
     ~LProcessWaitable();
     LProcessWaitable(const LProcessWaitable&) = delete;
     LProcessWaitable& operator=(const LProcessWaitable&) = delete;
-    LWaitHandle Handle() const { return {fd_}; }
+    LWaitHandle Handle() const { return {fd_, false}; }
 
   private:
     int fd_;
@@ -73,7 +74,8 @@ class LHandleList {
 };
 
 // Waits until a handle of the list is signalled, or `cancel` (fd -1: none) is, at most `ms` milliseconds.
-// `cancel` wins when both are. EINTR is retried with what is left of the time.
+// `cancel` wins when both are, and of several the first in the list. EINTR is retried with what is left of
+// the time. A list with a closed descriptor gives kTimedOut at once.
 WaitResult WaitForAny(const LHandleList& handles, LWaitHandle cancel, int ms);
 
 }  // namespace ondarix

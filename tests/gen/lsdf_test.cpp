@@ -151,6 +151,36 @@ TEST_F(Lsdf, AFileCutAnywhereGivesThePrefixOfWhatItHeld) {
     }
 }
 
+// A finished file that lost its end in a copy: sizes reach beyond the file and are clipped.
+TEST_F(Lsdf, AFinishedFileThatIsCutGivesAPrefixToo) {
+    const QByteArray bytes = Written([](LLsdfWriter& writer) {
+        writer.Open(80);
+        writer.Open(900);
+        writer.CloseChunk();
+        writer.PutText(81, QStringLiteral("/a/b.wav"));
+        writer.CloseChunk();
+        writer.PutU32(84, 12345);
+    });
+    const QString whole = Dump(*ReaderOver(bytes));
+    for (qsizetype length = 28; length < bytes.size(); ++length) {
+        const QStringList seen = Dump(*ReaderOver(bytes.left(length))).split(QLatin1Char('\n'));
+        EXPECT_TRUE(whole.startsWith(seen.mid(0, seen.size() - 2).join(QLatin1Char('\n')))) << length;
+    }
+}
+
+TEST_F(Lsdf, ACloseTooManyLeavesTheRootOpenAndAnyKindIsTakenWhenAsked) {
+    const QByteArray bytes = Written([](LLsdfWriter& writer) {
+        writer.CloseChunk();
+        writer.PutU32(1, 2);
+        writer.CloseChunk();
+    });
+    EXPECT_TRUE(bytes.endsWith("lsdf"));
+    EXPECT_EQ(Dump(*ReaderOver(bytes)), QStringLiteral("1/2 2\n"));
+    const auto file = std::make_shared<LFileBytes>(Path());
+    EXPECT_TRUE(LLsdfReader(file, kLsdfAnyKind).IsValid());
+    EXPECT_FALSE(LLsdfReader(file, kKind + 1).IsValid());
+}
+
 TEST_F(Lsdf, AnOpenGroupEndsTheData) {
     QByteArray bytes = Written([](LLsdfWriter& writer) {
         writer.PutU32(16, 1);

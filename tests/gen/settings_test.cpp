@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <cfloat>
 #include <thread>
 
 #include "gen/paths.h"
@@ -65,19 +66,34 @@ TEST_F(Settings, ReadTextAsTheirTypeSays) {
         Store(QLatin1String(text));
         EXPECT_EQ(Bool(!value), value) << text;
     }
-    Store(QStringLiteral("1.5 dB"));
-    EXPECT_EQ(Double(), 1.5);
+    const std::pair<const char*, double> doubles[] = {
+        {"1.5 dB", 1.5}, {"-.5e1x", -5}, {"1e999", DBL_MAX}, {"-1e999", -DBL_MAX},
+        {"1e-999", 0},   {"inf", 0},     {"nan", 0},         {"0x10", 0},
+        {"+-5", 0},      {".", 0},       {"1,5", 1}};
+    for (const auto& [text, value] : doubles) {
+        Store(QLatin1String(text));
+        EXPECT_EQ(Double(), value) << text;
+    }
+    Store(QString(1 << 20, u'9'));  // takes no time that grows with the square
+    EXPECT_EQ(Double(), DBL_MAX);
 }
 
+// Against C's own formatting, in the locale of C.
 TEST_F(Settings, WriteTheTextFormsThatOthersRead) {
-    setlocale(LC_ALL, "de_DE.UTF-8");
+    for (const double value :
+         {0.1, -123.456, 1.0 / 3, 1e22, 1e300, 5e-324, -0.0, 0.99999999999999999, 44100.0}) {
+        char expected[400];
+        std::snprintf(expected, sizeof expected, "%.16f", value);
+        SetSettingDouble(kSection, QStringLiteral("d"), value);
+        EXPECT_EQ(GetSettingLongString(SettingsKeyPath(kSection), QStringLiteral("d")),
+                  QLatin1String(expected));
+    }
     SetSettingDouble(kSection, QStringLiteral("d"), 0.1);
     SetSettingBool(kSection, QStringLiteral("b"), true);
     SetSettingInt(-3, kSection, QStringLiteral("i"));
-    EXPECT_EQ(GetSettingString(kSection, QStringLiteral("d"), {}), QStringLiteral("0.1000000000000000"));
-    EXPECT_EQ(GetSettingString(kSection, QStringLiteral("b"), {}), QStringLiteral("1"));
-    EXPECT_EQ(ExportSettings(), QStringLiteral("[Settings]\nb=1\nd=0.1000000000000000\ni=-3\n"));
-    setlocale(LC_ALL, "C");
+    SetSettingString(QStringLiteral("Two\\lines"), QStringLiteral("n"), QStringLiteral("a\nb\\"));
+    EXPECT_EQ(ExportSettings(), QStringLiteral("[Settings]\nb=1\nd=0.1000000000000000\ni=-3\n\n"
+                                               "[Two\\\\lines]\nn=a\\nb\\\\\n"));
 }
 
 TEST_F(Settings, LongTextIsCutByTheFixedReadOnly) {
@@ -105,9 +121,20 @@ TEST_F(Settings, NamesCompareWithoutCaseAndOldNamesAreConvertedOnce) {
     EXPECT_EQ(GetSettingInt(kSection, QStringLiteral("SaveFormatPrompt"), 0), 1);
 }
 
-// Processes that all find no database race for its making, then write at once.
-TEST_F(Settings, ManyProcessesAndThreadsLoseNothing) {
-    constexpr int kProcesses = 6, kEach = 60;
+void WriteFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_EQ(file.write(bytes), bytes.size());
+}
+
+QStringList PutAside() {
+    QStringList names = QDir(ConfigFolder()).entryList({QStringLiteral("settings.db.broken-*")});
+    names.removeIf([](const QString& name) { return name.endsWith(QLatin1String("-wal")); });
+    return names;
+}
+
+void HammerFromManyProcessesAndThreads() {
+    constexpr int kProcesses = 6, kThreads = 4, kEach = 60;
     std::vector<std::unique_ptr<QProcess>> workers;
     for (int i = 0; i < kProcesses; ++i) {
         workers.push_back(std::make_unique<QProcess>());
@@ -116,26 +143,55 @@ TEST_F(Settings, ManyProcessesAndThreadsLoseNothing) {
             {QStringLiteral("--settings-worker"), QStringLiteral("p%1_").arg(i), QString::number(kEach)});
     }
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < kThreads; ++i)
         threads.emplace_back([i] { EXPECT_EQ(RunSettingsWorker(QStringLiteral("t%1_").arg(i), kEach), 0); });
     for (std::thread& thread : threads) thread.join();
     for (const auto& worker : workers) {
         ASSERT_TRUE(worker->waitForFinished(60000));
         EXPECT_EQ(worker->exitCode(), 0) << worker->readAllStandardError().toStdString();
     }
-    EXPECT_EQ(ListSettings(QStringLiteral("Worker")).size(), (kProcesses + 4) * kEach + 1);
+    EXPECT_EQ(ListSettings(QStringLiteral("Worker")).size(), (kProcesses + kThreads) * kEach + 1);
 }
 
-TEST_F(Settings, ABrokenDatabaseIsPutAsideAndAMissingFolderIsNoCrash) {
-    QDir().mkpath(home_.filePath(QStringLiteral("config")));
-    QFile broken(home_.filePath(QStringLiteral("config/settings.db")));
-    ASSERT_TRUE(broken.open(QIODevice::WriteOnly));
-    broken.write(QByteArray(8192, 'z'));
-    broken.close();
-    EXPECT_EQ(Int(), 77);
-    Store(QStringLiteral("5"));
+// All find no database and race for its making, then write at once.
+TEST_F(Settings, ManyProcessesAndThreadsLoseNothing) { HammerFromManyProcessesAndThreads(); }
+
+// All find it broken: it is put aside once, and nobody moves the fresh one away under the others.
+TEST_F(Settings, ManyProcessesPutABrokenDatabaseAsideOnce) {
+    WriteFile(ConfigFolder() + QLatin1String("/settings.db"), QByteArray(8192, 'z'));
+    HammerFromManyProcessesAndThreads();
+    EXPECT_EQ(PutAside().size(), 1);
+}
+
+TEST_F(Settings, DamageThatShowsLateIsPutAsideToo) {
+    for (int i = 0; i < 300; ++i) SetSettingString(kSection, QString::number(i), QString(200, u'x'));
+    const QString path = ConfigFolder() + QLatin1String("/settings.db");
+    const QByteArray first = qgetenv("ONDARIX_HOME");
+    QTemporaryDir other;
+    qputenv("ONDARIX_HOME", QFile::encodeName(other.path()));
+    EXPECT_EQ(Int(), 77);  // the first database is closed now, its log worked in
+    qputenv("ONDARIX_HOME", first);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    ASSERT_GT(file.size(), 20 * 4096);
+    file.seek(4096);  // the head stays good
+    file.write(QByteArray(static_cast<qsizetype>(file.size() - 4096), '\xA5'));
+    file.close();
+
+    EXPECT_EQ(GetSettingString(kSection, QStringLiteral("7"), QStringLiteral("fallback")),
+              QStringLiteral("fallback"));
+    EXPECT_TRUE(SetSettingInt(5, kSection, QStringLiteral("v")));
     EXPECT_EQ(Int(), 5);
-    EXPECT_EQ(QDir(ConfigFolder()).entryList({QStringLiteral("settings.db.broken-*")}).size(), 1);
+    EXPECT_EQ(PutAside().size(), 1);
+}
+
+TEST_F(Settings, AFolderThatIsRemovedOrCannotBeIsNoCrash) {
+    Store(QStringLiteral("5"));
+    ASSERT_TRUE(QDir(ConfigFolder()).removeRecursively());
+    EXPECT_EQ(Int(), 77);
+    Store(QStringLiteral("6"));
+    EXPECT_TRUE(QFile::exists(ConfigFolder() + QLatin1String("/settings.db")));
+    EXPECT_EQ(Int(), 6);
 
     qputenv("ONDARIX_HOME", "/proc/nowhere");
     EXPECT_FALSE(SetSettingInt(1, kSection, QStringLiteral("v")));

@@ -1,16 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <QTemporaryDir>
 #include <atomic>
+#include <new>
 #include <thread>
 
 #include "gen/background_thread.h"
 #include "gen/bytes.h"
 #include "gen/clock.h"
+#include "gen/failure.h"
 #include "gen/phase.h"
 #include "gen/text.h"
 
@@ -81,6 +84,18 @@ TEST(Waits, AProcessSignalsWhenItEnds) {
     EXPECT_EQ(LProcessWaitable(child).Handle().fd, -1);
 }
 
+TEST(Waits, AWaitForManyTakesTheFirstAutomaticEventOnly) {
+    LEvent first(LEvent::Mode::kAutoReset), second(LEvent::Mode::kAutoReset);
+    first.Set();
+    second.Set();
+    const LHandleList list = ListOf({&first, &second});
+    EXPECT_EQ(WaitForAny(list, {}, 0), WaitResult::kSignalled);
+    EXPECT_FALSE(first.IsSet());
+    EXPECT_TRUE(second.IsSet());
+    EXPECT_EQ(WaitForAny(list, {}, 0), WaitResult::kSignalled);
+    EXPECT_EQ(WaitForAny(list, {}, 0), WaitResult::kTimedOut);
+}
+
 class Worker final : public LBackgroundThread {
   public:
     explicit Worker(LEvent& handle) : LBackgroundThread("TEST"), handle_(handle) {}
@@ -120,6 +135,64 @@ TEST(BackgroundThread, StopEndsAWaitAndStartWorksAgain) {
     }
     EXPECT_EQ(worker.runs, 21);
     EXPECT_FALSE(worker.IsCancelled());  // a new start clears the earlier stop
+}
+
+// Reports its scheduling until it is told to go.
+class ScheduledWorker final : public LBackgroundThread {
+  public:
+    ScheduledWorker() : LBackgroundThread("TEST") {}
+    ~ScheduledWorker() override { Stop(); }
+    std::atomic<int> policy{-1};
+    std::atomic<bool> go{false};
+
+  protected:
+    void Run() override {
+        while (!go) {
+            policy = sched_getscheduler(0);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+};
+
+bool Becomes(const std::atomic<int>& value, int wanted) {
+    for (int i = 0; i < 2000 && value != wanted; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return value == wanted;
+}
+
+// Without the privilege or the resource limit for it a thread cannot leave the idle class.
+bool MayLeaveIdle() {
+    std::atomic<bool> left{false};
+    std::thread([&left] {
+        const sched_param parameters{};
+        sched_setscheduler(0, SCHED_IDLE, &parameters);
+        left = sched_setscheduler(0, SCHED_OTHER, &parameters) == 0;
+    }).join();
+    return left;
+}
+
+TEST(BackgroundThread, PriorityIsNotInheritedAndAStopRaisesIt) {
+    ScheduledWorker idle;
+    ASSERT_TRUE(idle.Start(ThreadPriority::kLowest));
+    EXPECT_TRUE(Becomes(idle.policy, SCHED_IDLE));
+    std::thread stopper([&idle] { idle.Stop(); });
+    while (!idle.IsCancelled()) std::this_thread::yield();
+    EXPECT_TRUE(Becomes(idle.policy, MayLeaveIdle() ? SCHED_OTHER : SCHED_IDLE));
+    idle.go = true;
+    stopper.join();
+    EXPECT_FALSE(idle.IsRunning());
+}
+
+TEST(Failure, OutOfMemoryNamesPhaseAndThreadAndAborts) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            InstallOutOfMemoryHandler();
+            SetProgramPhase(kPhaseWindowDestroy);
+            RegisterThreadTag("MEMO");
+            std::get_new_handler()();
+        },
+        "ondarix: out of memory \\(phase GuiDes3, thread MEMO\\)");
 }
 
 TEST(Phase, ACommandIsHeldForItsTimeAndRememberedOnlyFromRest) {
