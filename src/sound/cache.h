@@ -69,7 +69,8 @@ bool OpenCache();
 bool OpenPrivateCache();
 // Looks at the folder that the settings name without owning it: listings only.
 void OpenCacheForListing();
-// Changes to `folder`: forgets all reference counts, the folder counts as not scanned. False: not changed.
+// Changes to `folder`: forgets all reference counts and overrides, the folder counts as not scanned. False:
+// not changed.
 bool SetCacheFolder(const QString& folder);
 // Lets go of the folder and its lock. A private folder is removed whole.
 void CloseCache();

@@ -42,11 +42,10 @@ std::optional<std::pair<uint16_t, int>> ParseCacheName(const char* name) {
 }
 
 void ForgetAllNumbers(LCacheTable& table) {
+    table.overrides.clear();
     for (int id = 0; id < kCacheNumbers; ++id) {
-        const auto number = static_cast<size_t>(id);
-        table.refs[number].store(0, std::memory_order_relaxed);
-        if (table.overrides.count(static_cast<uint16_t>(id)) == 0)
-            table.ForgetNumber(static_cast<uint16_t>(id));
+        table.refs[static_cast<size_t>(id)].store(0, std::memory_order_relaxed);
+        table.ForgetNumber(static_cast<uint16_t>(id));
     }
     table.scanned = false;
 }

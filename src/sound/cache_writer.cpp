@@ -116,10 +116,12 @@ void LCacheFileWriter::EnterBlock() {
 }
 
 void LCacheFileWriter::LeaveBlock() {
+    const int64_t blockStart = position_ - inBlock_;
     if (inBlock_ > 0) {
-        const int64_t blockEnd = (position_ / kPeakBlockFrames + 1) * kPeakBlockFrames;
-        ReadBack(position_, std::min(blockEnd, framesWritten));
+        ReadBack(position_, std::min(blockStart + kPeakBlockFrames, framesWritten));
         EmitRecord();
+        // A place behind the end where nothing has been written has no record.
+        if (blockStart >= framesWritten) records_.resize(records_.size() - channels);
     }
     FlushRecords();
 }
