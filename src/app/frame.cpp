@@ -73,7 +73,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     area_->setAccessibleName(QStringLiteral("Open sounds"));
     area_->setFrameShape(QFrame::NoFrame);
     area_->setOption(QMdiArea::DontMaximizeSubWindowOnActivation);
-    area_->setBackground(palette().brush(QPalette::Mid));
+    PaintArea();
     setCentralWidget(area_);
     connect(area_, &QMdiArea::subWindowActivated, this, [this] {
         if (!closing_) RefreshActions();
@@ -89,6 +89,15 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
 LMainFrame::~LMainFrame() {
     closing_ = true;
     area_->disconnect(this);
+}
+
+// The style takes the title bars of inner windows from the colour of selected text.
+void LMainFrame::PaintArea() {
+    area_->setBackground(WaveColours().area);
+    QPalette calm;
+    calm.setColor(QPalette::Active, QPalette::Highlight, WaveColours().titleBar);
+    calm.setColor(QPalette::Inactive, QPalette::Highlight, WaveColours().titleBar);
+    area_->setPalette(calm);
 }
 
 void LMainFrame::BuildActions() {
@@ -294,7 +303,7 @@ void LMainFrame::ShowRecentFiles() {
 
 void LMainFrame::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange && area_) {
-        area_->setBackground(palette().brush(QPalette::Mid));
+        PaintArea();
         for (QAction* action : actions_)
             if (!action->icon().isNull()) {
                 const LCommandRow* row = FindCommand(action->property("command").toInt());

@@ -78,6 +78,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     void BuildMenus();
     void BuildToolbar();
     void BuildStatusBar();
+    void PaintArea();
     void RestorePlace();
     void StorePlace() const;
 

@@ -88,7 +88,7 @@ void LLevelRuler::paintEvent(QPaintEvent*) {
                 const double row = strip.Middle() + sign * mark.level * strip.HalfSpan() * zoom_;
                 label(std::clamp(row, std::min(top, bottom), std::max(top, bottom)), mark.label);
             }
-        label(strip.Middle(), inDb_ ? QStringLiteral("-∞") : QStringLiteral("0.0"));
+        label(strip.Middle(), inDb_ ? QStringLiteral("-∞") : QStringLiteral("0"));
     }
 }
 

@@ -41,7 +41,7 @@ constexpr LPaletteRow kPalette[] = {
     {QPalette::HighlightedText, 0xffffffff, 0xffffffff},
     {QPalette::Link, 0xff0d7468, 0xff8cb4ff},
     {QPalette::LinkVisited, 0xff5b5f97, 0xffb39ddb},
-    {QPalette::PlaceholderText, 0xff7b868c, 0xff7d888f},
+    {QPalette::PlaceholderText, 0xff5f6c73, 0xff7d888f},
     {QPalette::Light, 0xffffffff, 0xff3d444a},
     {QPalette::Midlight, 0xfff4f6f7, 0xff343a40},
     {QPalette::Mid, 0xffbfc8cc, 0xff1e2225},
@@ -75,6 +75,8 @@ const LWaveColours kLight = {
     .rulerBackground = QColor(0xf7, 0xf9, 0xf9),
     .rulerText = QColor(58, 81, 88),
     .rulerTick = QColor(0xb4, 0xc0, 0xc5),
+    .area = QColor(0xdd, 0xe4, 0xe7),
+    .titleBar = QColor(0x4a, 0x66, 0x70),
     .clip = QColor(0xd9, 0x3a, 0x2b),
 };
 
@@ -92,6 +94,8 @@ const LWaveColours kDark = {
     .rulerBackground = QColor(0x20, 0x24, 0x28),
     .rulerText = QColor(0xa9, 0xb6, 0xbf),
     .rulerTick = QColor(0x4b, 0x55, 0x5d),
+    .area = QColor(0x15, 0x18, 0x1b),
+    .titleBar = QColor(0x35, 0x45, 0x52),
     .clip = QColor(0xff, 0x5a, 0x4e),
 };
 

@@ -22,6 +22,8 @@ struct LWaveColours {
     QColor grid;    // lines at labelled levels
     QColor cursor;
     QColor rulerBackground, rulerText, rulerTick;
+    QColor area;      // behind the windows of the sounds
+    QColor titleBar;  // of the window of the active sound
     QColor clip;  // samples beyond full scale
 };
 

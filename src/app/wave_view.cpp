@@ -21,9 +21,9 @@ struct LRows {
 
 QLinearGradient BodyGradient(const LRows& rows, const QColor& outer, const QColor& core) {
     QLinearGradient gradient(0, rows.top, 0, rows.bottom);
-    gradient.setColorAt(0, outer);
+    gradient.setColorAt(0.15, outer);
     gradient.setColorAt(0.5, core);
-    gradient.setColorAt(1, outer);
+    gradient.setColorAt(0.85, outer);
     return gradient;
 }
 
@@ -95,7 +95,7 @@ void LWaveView::paintEvent(QPaintEvent*) {
     if (x >= -1 && x <= width())
         painter.fillRect(QRectF(std::min(x, width() - 1.0), 0, 1, height()), colours.cursor);
     if (hasFocus()) {
-        QColor ring = palette().color(QPalette::Highlight);
+        QColor ring = colours.selectedWave;
         ring.setAlpha(110);
         painter.setPen(ring);
         painter.setBrush(Qt::NoBrush);

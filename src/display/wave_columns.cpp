@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "display/graph_cursor.h"
 #include "sound/readers.h"
@@ -214,25 +215,29 @@ void LWaveColumns::FromSamples(const LSound& sound, int64_t startFrame, int64_t 
     if (from >= to) return;
     LSoundReader reader(sound);
     std::vector<float> block(static_cast<size_t>(kBlockFrames) * sound.channels);
+    std::vector<float> high(sound.channels), low(sound.channels);
     int64_t blockFirst = from, blockEnd = from;
     reader.Seek(from);
     for (int column = grid.ColumnOf(from); column < columns && grid.Edge(column) < to; ++column) {
         // A column narrower than a frame shows the frame that it lies in.
         const int64_t first = std::max(from, grid.Edge(column));
         const int64_t end = std::min(to, std::max(first + 1, grid.Edge(column + 1)));
-        LWaveColumn* at = out.data() + static_cast<ptrdiff_t>(column) * channels;
-        for (int64_t frame = first; frame < end; ++frame) {
+        std::fill(high.begin(), high.end(), -std::numeric_limits<float>::infinity());
+        std::fill(low.begin(), low.end(), std::numeric_limits<float>::infinity());
+        for (int64_t frame = first; frame < end;) {
             if (frame >= blockEnd) {
                 blockFirst = blockEnd;
                 blockEnd += std::min<int64_t>(kBlockFrames, to - blockEnd);
                 reader.Read(block.data(), static_cast<int32_t>(blockEnd - blockFirst));
             }
-            const float* samples = block.data() + (frame - blockFirst) * channels;
-            for (int c = 0; c < channels; ++c) {
-                at[c].top = frame == first ? samples[c] : std::max(at[c].top, samples[c]);
-                at[c].bottom = frame == first ? samples[c] : std::min(at[c].bottom, samples[c]);
-            }
+            const int64_t upTo = std::min(end, blockEnd);
+            AccumulatePeaks(block.data() + (frame - blockFirst) * channels, upTo - frame, channels,
+                            high.data(), low.data());
+            frame = upTo;
         }
+        LWaveColumn* at = out.data() + static_cast<ptrdiff_t>(column) * channels;
+        for (size_t c = 0; c < high.size(); ++c)
+            if (high[c] >= low[c]) at[c] = {high[c], low[c]};  // otherwise all of it was NaN
     }
 }
 

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <cmath>
+
+#include "window_fixture.h"
+
+namespace ondarix {
+namespace {
+
+QString Seconds(int64_t frame) { return QStringLiteral("%1s").arg(frame); }
+
+TEST_F(WindowTest, CutByMouseAndSaveGivesWhatSoxTrimGives) {
+    const QString source = MakeWav("tone.wav");
+    LSoundWindow* window = Open(source);
+    ASSERT_NE(window, nullptr);
+    EXPECT_EQ(window->Document().sound.Length(), 3 * 44100);
+    Drag(window->View(), 200, 512);
+    const LSelection selection = window->Document().selection;
+    const double perPixel = 3 * 44100.0 / window->View().width();
+    EXPECT_NEAR(static_cast<double>(selection.start), 200 * perPixel, 1);
+    EXPECT_NEAR(static_cast<double>(selection.end), 512 * perPixel, 1);
+
+    ASSERT_TRUE(frame->RunCommand(kCmdCut));
+    EXPECT_TRUE(window->Document().modified);
+    EXPECT_EQ(window->Document().sound.Length(), 3 * 44100 - selection.Length());
+    EXPECT_TRUE(window->Document().selection.IsEmpty());
+    EXPECT_FALSE(frame->IsAvailable(kCmdCut));
+    ASSERT_TRUE(frame->SaveAs(*window, In("cut.wav"), WavRecordFor(window->Document().sound.Format())))
+        << messages->told.join(QLatin1Char('|')).toStdString();
+    EXPECT_EQ(Samples(In("cut.wav")),
+              Samples(source, {"trim", "0s", QLatin1Char('=') + Seconds(selection.start),
+                               QLatin1Char('=') + Seconds(selection.end)}));
+    EXPECT_EQ(Samples(source).size(), 3 * 44100 * 8) << "the opened file stays as it was";
+
+    // What was cut, in a window of its own.
+    ASSERT_TRUE(frame->RunCommand(kCmdPasteToNew));
+    LSoundWindow* pasted = frame->ActiveSound();
+    ASSERT_NE(pasted, window);
+    EXPECT_TRUE(pasted->Document().title.startsWith(QStringLiteral("Untitled_")));
+    ASSERT_TRUE(frame->SaveAs(*pasted, In("piece.wav"), WavRecordFor({44100, 2})));
+    EXPECT_EQ(Samples(In("piece.wav")),
+              Samples(source, {"trim", Seconds(selection.start), Seconds(selection.Length())}));
+}
+
+TEST_F(WindowTest, TrimSilencePasteAndDeleteEqualTheirCommandLines) {
+    const QString source = MakeWav("tone.wav");
+    LSoundWindow* window = Open(source);
+    LWaveView& view = window->View();
+    view.Select(10000, 20000);
+    ASSERT_TRUE(frame->RunCommand(kCmdCopy));
+    EXPECT_FALSE(window->Document().modified);
+    view.Select(50000, 50000);
+    ASSERT_TRUE(frame->RunCommand(kCmdPaste));
+    EXPECT_EQ(window->Document().selection.start, 50000);
+    EXPECT_EQ(window->Document().selection.end, 60000) << "what was pasted is selected";
+    view.Select(5000, 100000);
+    ASSERT_TRUE(frame->RunCommand(kCmdTrim));
+    EXPECT_EQ(window->Document().sound.Length(), 95000);
+    view.Select(0, 1000);
+    ASSERT_TRUE(frame->RunCommand(kCmdDelete));
+    view.Select(94000 - 3000, 94000);
+    ASSERT_TRUE(frame->RunCommand(kCmdSilence));
+    ASSERT_TRUE(frame->SaveAs(*window, In("out.wav"), WavRecordFor({44100, 2})));
+
+    const QByteArray all = Samples(source);
+    const auto part = [&](int from, int to) { return all.mid(from * 8, (to - from) * 8); };
+    const QByteArray built = part(0, 50000) + part(10000, 20000) + part(50000, 132300);
+    EXPECT_EQ(Samples(In("out.wav")), built.mid(6000 * 8, 91000 * 8) + QByteArray(3000 * 8, '\0'));
+}
+
+TEST_F(WindowTest, TheFileKeepsItsCodingOnSave) {
+    for (const char* bits : {"8", "24", "32"}) {
+        const QString source = MakeWav((QByteArray(bits) + ".wav").constData(), bits);
+        const QByteArray before = Samples(source, {"trim", "1000s"});
+        LSoundWindow* window = Open(source);
+        window->View().Select(0, 1000);
+        ASSERT_TRUE(frame->RunCommand(kCmdDelete));
+        ASSERT_TRUE(frame->RunCommand(kCmdSave));
+        EXPECT_FALSE(window->Document().modified);
+        QProcess soxi;
+        soxi.start(QStringLiteral("soxi"), {"-b", source});
+        soxi.waitForFinished();
+        EXPECT_EQ(soxi.readAllStandardOutput().trimmed().toStdString(), bits);
+        // A float holds 24 bits, so of 32-bit integers only those are the same.
+        if (source.contains(QStringLiteral("32.wav"))) continue;
+        EXPECT_EQ(Samples(source), before) << bits;
+    }
+}
+
+TEST_F(WindowTest, TitleAndModifiedMarkFollowTheDocument) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    auto* child = qobject_cast<QMdiSubWindow*>(window->parentWidget());
+    ASSERT_NE(child, nullptr);
+    EXPECT_EQ(child->windowTitle(), QStringLiteral("tone.wav[*]"));
+    EXPECT_FALSE(child->isWindowModified());
+    window->View().Select(100, 200);
+    frame->RunCommand(kCmdDelete);
+    EXPECT_TRUE(child->isWindowModified());
+    ASSERT_TRUE(frame->SaveAs(*window, In("other.wav"), WavRecordFor({44100, 2})));
+    EXPECT_EQ(child->windowTitle(), QStringLiteral("other.wav[*]"));
+    EXPECT_FALSE(child->isWindowModified());
+}
+
+TEST_F(WindowTest, ClosingAModifiedSoundAsksAndObeys) {
+    enum { kSave, kDiscard, kCancel };
+    const QString path = MakeWav("tone.wav");
+    const QByteArray before = Samples(path);
+    LSoundWindow* window = Open(path);
+    window->View().Select(0, 44100);
+    frame->RunCommand(kCmdDelete);
+
+    messages->answers = {kCancel};
+    frame->RunCommand(kCmdClose);
+    EXPECT_EQ(frame->Sounds().size(), 1);
+    messages->answers = {kCancel};
+    EXPECT_FALSE(frame->CanClose());
+    messages->answers = {kCancel};
+    EXPECT_FALSE(frame->close());
+    EXPECT_TRUE(frame->isVisible());
+    EXPECT_EQ(messages->asked.size(), 3);
+    EXPECT_TRUE(messages->asked[0].contains(QStringLiteral("tone.wav")));
+    EXPECT_EQ(Samples(path), before);
+
+    messages->answers = {kSave};
+    frame->RunCommand(kCmdClose);
+    QTest::qWait(1);
+    EXPECT_TRUE(frame->Sounds().isEmpty());
+    EXPECT_EQ(Samples(path), before.mid(44100 * 8));
+
+    window = Open(path);
+    window->View().Select(0, 100);
+    frame->RunCommand(kCmdDelete);
+    messages->answers = {kDiscard};
+    EXPECT_TRUE(frame->close());
+    EXPECT_EQ(Samples(path), before.mid(44100 * 8));
+}
+
+TEST_F(WindowTest, CommandsAreThereOnlyWhereTheyCanRun) {
+    for (const int id : {kCmdSave, kCmdCut, kCmdZoomIn, kCmdPaste, kCmdSelectAll}) {
+        EXPECT_FALSE(frame->IsAvailable(id)) << id;
+        EXPECT_FALSE(frame->RunCommand(id)) << id;
+    }
+    auto* cut = frame->findChild<QAction*>(QStringLiteral("command2003"));
+    ASSERT_NE(cut, nullptr);
+    EXPECT_EQ(cut->toolTip(), QStringLiteral("Open an audio file to use Cut"));
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    EXPECT_FALSE(cut->isEnabled());
+    QTest::keyClick(&window->View(), Qt::Key_A, Qt::ControlModifier);
+    EXPECT_TRUE(cut->isEnabled());
+    EXPECT_TRUE(cut->toolTip().contains(QStringLiteral("Ctrl+X")));
+    frame->RunCommand(kCmdCopy);
+    window->parentWidget()->close();
+    QTest::qWait(1);
+    EXPECT_FALSE(cut->isEnabled());
+    EXPECT_TRUE(frame->IsAvailable(kCmdPaste)) << "creates a sound where none is open";
+    EXPECT_TRUE(frame->RunCommand(kCmdPaste));
+    EXPECT_EQ(frame->ActiveSound()->Document().sound.Length(), 3 * 44100);
+}
+
+TEST_F(WindowTest, NoMoreThanFortyFiveSounds) {
+    const QString path = MakeWav("tone.wav", "16", "0.1");
+    for (int i = 0; i < 45; ++i) {
+        ASSERT_TRUE(frame->MayOpenMore());
+        ASSERT_TRUE(frame->OpenSound(path));
+    }
+    EXPECT_FALSE(frame->MayOpenMore());
+    EXPECT_TRUE(messages->told.isEmpty());
+    frame->OpenFiles({path, path, path});
+    EXPECT_EQ(frame->Sounds().size(), 45);
+    ASSERT_EQ(messages->told.size(), 1);
+    EXPECT_EQ(messages->told[0],
+              QStringLiteral("Error: Maximum file count exceeded.  Please close some files before "
+                             "loading more files."));
+}
+
+}  // namespace
+}  // namespace ondarix
