@@ -11,7 +11,7 @@ constexpr LOptionRow kInfoOptions[] = {
     {"--level", "", "decode the whole sound and tell its peak and RMS level"},
     kProgressOption,
 };
-constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoClobberOption, kProgressOption};
+constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kProgressOption};
 
 constexpr const char* kInfoDetails =
     "Only headers are read, unless --level is given. Every file is looked at, also after one that\n"

@@ -4,16 +4,14 @@
 namespace ondarix {
 
 ExitStatus RunConvert(const LArguments& arguments, LContext& context) {
-    const QString input = arguments.operands[0];
     LOutput output;
-    ExitStatus status = CheckOutput(arguments, input, context, output);
+    ExitStatus status = CheckOutput(arguments, context, output);
     if (status != ExitStatus::kSuccess) return status;
     const LWorkingFolder folder;
     if (!folder.IsOpen()) return context.console.Fail("no folder for working files can be made");
     LLoadedSound loaded;
-    status = LoadFile(input, context, loaded);
+    status = LoadInput(arguments.operands[0], context, loaded, output);
     if (status != ExitStatus::kSuccess) return status;
-    context.console.Result()["input"] = input;
     return SaveFile(loaded, output, context);
 }
 

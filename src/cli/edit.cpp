@@ -48,17 +48,15 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
     QString error;
     const std::vector<LEditStep> steps = ParseSteps(arguments.operands.mid(2), error);
     if (!error.isEmpty()) return context.console.Fail("edit: " + error, ExitStatus::kUsage);
-    const QString input = arguments.operands[0];
     LOutput output;
-    ExitStatus status = CheckOutput(arguments, input, context, output);
+    ExitStatus status = CheckOutput(arguments, context, output);
     if (status != ExitStatus::kSuccess) return status;
     const LWorkingFolder folder;
     if (!folder.IsOpen()) return context.console.Fail("no folder for working files can be made");
     LLoadedSound loaded;
-    status = LoadFile(input, context, loaded);
+    status = LoadInput(arguments.operands[0], context, loaded, output);
     if (status == ExitStatus::kSuccess) status = ApplySteps(steps, loaded.sound, context);
     if (status != ExitStatus::kSuccess) return status;
-    context.console.Result()["input"] = input;
     return SaveFile(loaded, output, context);
 }
 

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <algorithm>
 
+#include "cli/plain_rounding.h"
 #include "formats/registry.h"
 #include "formats/save.h"
 #include "formats/wav_source.h"
@@ -23,18 +24,19 @@ constexpr LCoding kCodings[] = {
 };
 
 // What keeps the samples of a file as they are, or nearly so; 16-bit PCM for decoders without a width.
-const LCoding& CodingOfInput(const QString& input) {
+const LCoding& CodingOfInput(const QString& input, const LSound& sound) {
     LFileBytes file(input);
-    if (file.IsOpen() && LowerExtension(input) == ".wav") {
-        const LWavHeader header = ReadWavHeader(file);
-        // 64-bit floats become what the program computes with; PCM of odd widths takes the next larger one.
-        const bool isFloat = header.error == kSourceGood && header.tag == kTagFloat;
-        const auto bits = static_cast<uint16_t>(isFloat ? 32 : std::clamp((header.bits + 7) / 8 * 8, 8, 32));
-        if (header.error == kSourceGood) {
-            if (const LCoding* coding = FindCoding(header.tag, bits)) return *coding;
-        }
+    const LWavHeader header =
+        file.IsOpen() && LowerExtension(input) == ".wav" ? ReadWavHeader(file) : LWavHeader{};
+    uint16_t tag = kTagPcm;
+    uint32_t bits = sound.segments ? CacheSourceBits(sound.segments->cacheRef.cacheId) : 0;
+    if (header.error == kSourceGood) {
+        tag = header.tag;
+        // 64-bit floats become what the program computes with, PCM of odd widths takes the next larger one.
+        bits = tag == kTagFloat ? 32 : std::min((header.bits + 7u) / 8 * 8, 32u);
     }
-    return *FindCoding("16");
+    const LCoding* coding = FindCoding(tag, static_cast<uint16_t>(bits));
+    return coding ? *coding : *FindCoding("16");
 }
 
 }  // namespace
@@ -58,11 +60,11 @@ LWorkingFolder::~LWorkingFolder() {
     if (open_) CloseCache();
 }
 
-ExitStatus CheckOutput(const LArguments& arguments, const QString& input, LContext& context,
-                       LOutput& output) {
+ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& output) {
     LConsole& console = context.console;
     output.path = arguments.operands[1];
     output.noClobber = arguments.Has(kNoClobberOption.name);
+    output.noShaping = arguments.Has(kNoShapingOption.name);
     const QString extension = LowerExtension(output.path);
     if (arguments.Has(kBitsOption.name)) {
         const QString name = arguments.Value(kBitsOption.name);
@@ -89,7 +91,6 @@ ExitStatus CheckOutput(const LArguments& arguments, const QString& input, LConte
     if (!QFileInfo(info.path()).isDir()) {
         return console.Fail(QString("there is no folder \"%1\"").arg(info.path()));
     }
-    if (!output.coding && QFileInfo(input).isFile()) output.coding = &CodingOfInput(input);
     return ExitStatus::kSuccess;
 }
 
@@ -98,11 +99,24 @@ ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded
     return context.Ended(result, QString("\"%1\" cannot be opened").arg(path));
 }
 
-ExitStatus SaveFile(const LLoadedSound& loaded, const LOutput& output, LContext& context) {
+ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutput& output) {
+    const ExitStatus status = LoadFile(path, context, loaded);
+    if (status != ExitStatus::kSuccess) return status;
+    context.console.Result()["input"] = path;
+    if (!output.coding) output.coding = &CodingOfInput(path, loaded.sound);
+    return status;
+}
+
+ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& context) {
     if (output.noClobber && QFileInfo::exists(output.path)) {
         return context.console.Fail(QString("\"%1\" exists").arg(output.path));
     }
-    const LCoding& coding = output.coding ? *output.coding : *FindCoding("16");
+    const LCoding& coding = *output.coding;
+    if (output.noShaping && coding.tag == kTagPcm && coding.bits <= 16) {
+        const JobResult rounded = RoundToIntegers(loaded.sound, coding.bits, context.progress);
+        const ExitStatus ended = context.Ended(rounded, "there is no room for the working file");
+        if (ended != ExitStatus::kSuccess) return ended;
+    }
     const LSound& sound = loaded.sound;
     LSaveRequest request;
     request.sound = &sound;

@@ -9,6 +9,8 @@ namespace ondarix {
 
 inline constexpr LOptionRow kBitsOption = {"--bits", "CODING",
                                            "samples of a .wav: 8, 16, 24, 32, float, alaw or mulaw"};
+inline constexpr LOptionRow kNoShapingOption = {"--no-shaping", "",
+                                                "round plainly where samples become 8 or 16 bits"};
 inline constexpr LOptionRow kNoClobberOption = {"--no-clobber", "", "fail when OUT exists"};
 
 // A way to keep samples in a WAV file.
@@ -38,13 +40,16 @@ class LWorkingFolder {
 // Where a sound goes and how, checked before any work is done.
 struct LOutput {
     QString path;
-    const LCoding* coding = nullptr;  // null: as the input
+    const LCoding* coding = nullptr;  // null: as the input has it
     bool noClobber = false;
+    bool noShaping = false;
 };
-ExitStatus CheckOutput(const LArguments& arguments, const QString& input, LContext& context, LOutput& output);
+ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& output);
 
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded);
+// Loads the sound that is to be saved, and settles the coding where none was asked for.
+ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutput& output);
 // Saves and fills the result of a JSON run.
-ExitStatus SaveFile(const LLoadedSound& loaded, const LOutput& output, LContext& context);
+ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& context);
 
 }  // namespace ondarix
