@@ -17,11 +17,22 @@ QByteArray FileBytes(const QString& path) {
     return file.readAll();
 }
 
+// Owns its bytes, in a block of just their size so that one byte too many is seen.
+class OwnedBytes final : public LByteSource {
+  public:
+    explicit OwnedBytes(const QByteArray& bytes) : bytes_(bytes.begin(), bytes.end()), source_(bytes_) {}
+    int64_t ReadAt(int64_t offset, void* dest, int64_t bytes) override {
+        return source_.ReadAt(offset, dest, bytes);
+    }
+    int64_t Size() override { return source_.Size(); }
+
+  private:
+    const std::vector<uint8_t> bytes_;
+    LMemoryBytes source_;
+};
+
 std::unique_ptr<LLsdfReader> ReaderOver(const QByteArray& bytes) {
-    return std::make_unique<LLsdfReader>(
-        std::make_shared<LMemoryBytes>(std::span(reinterpret_cast<const uint8_t*>(bytes.constData()),
-                                                 static_cast<size_t>(bytes.size()))),
-        kKind);
+    return std::make_unique<LLsdfReader>(std::make_shared<OwnedBytes>(bytes), kKind);
 }
 
 // Every chunk as one line, groups indented: two walks that see the same give the same text.
