@@ -191,18 +191,18 @@ void EditorRun::AskAboutLastRun() {
 
 void EditorRun::Finish() {
     closing_ = true;
+    SetProgramPhase(kPhaseWindowDestroy);
     // From here on a second process finds nobody, and waits for the end of this one to be the next instance.
     instance_->Close();
     automation_->Close();
     QCoreApplication::processEvents();
     StopBackgroundThreads();
-    SetProgramPhase(kPhaseWindowDestroy);
     signals_.reset();
     DeferredDeletes().Empty();
-    frame_.reset();
     SetProgramPhase(kPhaseGlobalDestroy);
     instance_.reset();
     automation_.reset();
+    frame_.reset();
     CleanCache(CleanMode::kProgramEnd);
     CloseCache();
     marker_.End();

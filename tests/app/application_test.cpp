@@ -163,7 +163,7 @@ class Worker : public LBackgroundThread {
   protected:
     void Run() override {
         SleepForever();
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
         ended = true;
     }
 };
@@ -180,7 +180,7 @@ TEST(BackgroundRegistry, SignalsAllBeforeItWaitsForAny) {
     QElapsedTimer timer;
     timer.start();
     StopBackgroundThreads();
-    EXPECT_LT(timer.elapsed(), 350);  // one after the other takes 400
+    EXPECT_LT(timer.elapsed(), 1100);  // one after the other takes 1200
     for (Worker& worker : workers) {
         EXPECT_TRUE(worker.ended);
         UnregisterBackgroundThread(&worker);

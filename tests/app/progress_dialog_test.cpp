@@ -155,7 +155,7 @@ TEST_F(ProgressDialog, CancelButtonEscapeClosingAndDestructionAllCancelAtOnce) {
         qint64 acted = -1;
         EXPECT_TRUE(CancelledBy(ways[i], &acted)) << "way " << i;
         EXPECT_GE(acted, 0);
-        EXPECT_LT(acted, 500);
+        EXPECT_LT(acted, 1500);
         EXPECT_EQ(ProgressOnScreen(), nullptr);
         EXPECT_TRUE(owner.isEnabled());
     }
@@ -225,12 +225,12 @@ TEST_F(ProgressDialog, WaitsEndForOneOfThreeReasons) {
         EXPECT_EQ(progress.WaitForHandle(event.Handle(), 0), WaitResult::kTimedOut);
         EXPECT_EQ(progress.WaitForHandle(set.Handle(), 0), WaitResult::kSignalled);
         EXPECT_EQ(progress.Sleep(0), WaitResult::kSignalled);
-        EXPECT_LT(timer.elapsed(), 100);
+        EXPECT_LT(timer.elapsed(), 500);
 
         timer.start();
         EXPECT_EQ(progress.WaitForHandle(event.Handle(), 150), WaitResult::kTimedOut);
         EXPECT_GE(timer.elapsed(), 150);
-        EXPECT_LT(timer.elapsed(), 400);
+        EXPECT_LT(timer.elapsed(), 1500);
         timer.start();
         EXPECT_EQ(progress.Sleep(70), WaitResult::kSignalled);
         EXPECT_GE(timer.elapsed(), 70);
