@@ -24,7 +24,9 @@ class LBackgroundThread : public LProgress {
     // Nothing while the thread runs. An earlier thread that has finished is waited for, 1000 ms at most;
     // false when it is still there after that, or no thread could be made.
     bool Start(ThreadPriority priority = ThreadPriority::kNormal);
-    // Sets the stop event, raises the worker to the priority of the caller and waits without limit.
+    // Sets the stop event, raises the worker to the priority of the caller and waits without limit. Where the
+    // user may not take a thread out of SCHED_IDLE (no CAP_SYS_NICE, no RLIMIT_NICE) it stays there, and ends
+    // on the small share of time that the class is always given.
     void Stop();
     // Sets the stop event only: for stopping many at once.
     void SignalStop();
