@@ -36,12 +36,14 @@ void RemoveFiles(uint16_t id) {
 
 // The lowest free number, which then has one reference. Under the lock.
 uint16_t TakeFreeNumber(LCacheTable& table) {
-    for (uint16_t id = 0; id < kNoCacheId; ++id) {
+    for (; table.freeFrom < kNoCacheId; ++table.freeFrom) {
+        const auto id = static_cast<uint16_t>(table.freeFrom);
         if (table.exists[id] || table.isProtected[id] || table.deleting[id] || table.refs[id].load() != 0)
             continue;
         table.ForgetNumber(id);
         table.refs[id].store(1);
         table.exists[id] = 1;
+        table.freeFrom = id + 1;
         return id;
     }
     return kNoCacheId;
@@ -88,6 +90,7 @@ void LCacheTable::ForgetNumber(uint16_t id) {
     exists[id] = isProtected[id] = analysisKnown[id] = 0;
     analysis[id] = 0;
     sourceBits[id] = kBitsUnknown;
+    freeFrom = std::min<int>(freeFrom, id);
 }
 
 QString CacheFileName(uint16_t id, const char* extension) {
@@ -147,6 +150,7 @@ void ProtectCacheId(uint16_t id, bool on) {
     LCacheTable& table = CacheTable();
     const std::lock_guard guard(table.lock);
     table.isProtected[id] = on || table.overrides.count(id) != 0;
+    table.freeFrom = std::min<int>(table.freeFrom, id);
 }
 
 bool CacheIdExists(uint16_t id) {

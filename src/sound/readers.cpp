@@ -133,54 +133,52 @@ LSoundReader::LSoundReader(const LSound& sound)
 
 LSoundReader::~LSoundReader() = default;
 
-void LSoundReader::CloseChild() {
-    if (!child_) return;
-    if (auto file = child_->TakeFileReader()) {
-        if (idle_.size() == kIdleFiles) idle_.erase(idle_.begin());
-        idle_.push_back(std::move(file));
-    }
-    child_.reset();
-}
-
-bool LSoundReader::OpenPosition() {
+bool LSoundReader::FindSegment() {
     if (position_ >= length_) return false;
     if (!current_ || position_ < base_) {
-        CloseChild();
         current_ = sound_.segments.get();
         base_ = 0;
     }
     while (current_ && position_ - base_ >= current_->length) {
-        CloseChild();
         base_ += current_->length;
         current_ = current_->next.get();
     }
-    if (!current_) return false;
-    if (!child_) {
-        const uint16_t id = current_->cacheRef.cacheId;
+    return current_ != nullptr;
+}
+
+void LSoundReader::TakeFile() {
+    const uint16_t id = current_->cacheRef.cacheId;
+    if (!file_ || file_->Id() != id) {
+        if (file_) idle_.push_back(std::move(file_));
         const auto open =
             std::find_if(idle_.begin(), idle_.end(), [id](const auto& file) { return file->Id() == id; });
-        std::unique_ptr<LCacheFileReader> reuse;
         if (open != idle_.end()) {
-            reuse = std::move(*open);
+            file_ = std::move(*open);
             idle_.erase(open);
+        } else {
+            file_ = std::make_unique<LCacheFileReader>(id, sound_.Format());
         }
-        child_ = std::make_unique<LSegmentSource>(*current_, sound_.Format(), std::move(reuse));
+        if (idle_.size() > kIdleFiles) idle_.erase(idle_.begin());
     }
-    child_->Seek(position_ - base_);
-    return true;
+    file_->SetGain(current_->gain);
 }
 
 float* LSoundReader::Read(float* dest, int32_t frames) {
     for (int64_t left = frames; left > 0;) {
         int64_t piece = left;
+        bool silent = true;
         if (position_ < 0) {
             piece = position_ < -left ? left : -position_;
-            dest = Silence(dest, piece);
-        } else if (OpenPosition()) {
+        } else if (FindSegment()) {
             piece = std::min(left, current_->length - (position_ - base_));
-            dest = child_->Read(dest, static_cast<int32_t>(piece));
-        } else {
+            silent = current_->IsSilent();
+        }
+        if (silent) {
             dest = Silence(dest, piece);
+        } else {
+            TakeFile();
+            file_->Seek(current_->offset + (position_ - base_));
+            dest = file_->Read(dest, static_cast<int32_t>(piece));
         }
         position_ += piece;
         left -= piece;

@@ -79,16 +79,16 @@ class LSoundReader final : public LSoundSource {
     void Seek(int64_t frame) override { position_ = frame; }  // kept as it is; opens no file
 
   private:
-    bool OpenPosition();  // false when there is no segment at the position
-    void CloseChild();
+    bool FindSegment();  // the one at the position; false when there is none
+    void TakeFile();     // the file of `current_` becomes `file_`
 
     LSound sound_;
     const LSoundSegment* current_ = nullptr;
     int64_t base_ = 0;  // first frame of `current_`
     int64_t length_ = 0;
     int64_t position_ = 0;
-    std::unique_ptr<LSegmentSource> child_;  // over `current_`, or null
-    std::vector<std::unique_ptr<LCacheFileReader>> idle_;
+    std::unique_ptr<LCacheFileReader> file_;
+    std::vector<std::unique_ptr<LCacheFileReader>> idle_;  // the last used at the end
 };
 
 // A bound of the samples that reading `sound` gives: the largest magnitude, taken from the peak graphs and

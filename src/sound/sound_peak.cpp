@@ -15,7 +15,6 @@ namespace ondarix {
 namespace {
 
 constexpr int64_t kGraphChunkRecords = 0x2000;
-constexpr int32_t kExactFrames = 32768;
 constexpr float kSurelyBelow =
     0.999969482421875f;  // 1 - 1/32768: at or below it nothing need be known exactly
 constexpr float kSurelyAbove = 1.000001f;
@@ -125,10 +124,10 @@ float SoundPeakFinder::ExactPeak(const OpenStretch& stretch) {
     reader_->SetGain(stretch.segment->gain);
     reader_->Seek(stretch.from);
     std::vector<float> frames(
-        static_cast<size_t>(std::min<int64_t>(kExactFrames, stretch.to - stretch.from)) * format_.channels);
+        static_cast<size_t>(std::min<int64_t>(kBlockFrames, stretch.to - stretch.from)) * format_.channels);
     float most = 0.0f;
     for (int64_t left = stretch.to - stretch.from; left > 0;) {
-        const auto piece = static_cast<int32_t>(std::min<int64_t>(left, kExactFrames));
+        const auto piece = static_cast<int32_t>(std::min<int64_t>(left, kBlockFrames));
         reader_->Read(frames.data(), piece);
         most = std::max(most, MaxMagnitude(frames.data(), int64_t{piece} * format_.channels));
         left -= piece;

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "sound/cache.h"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -224,22 +221,20 @@ TEST_F(CacheTest, FactsCanBeWrittenAgainAndAdded) {
 }
 
 TEST_F(CacheTest, AFullTableIsClearedBeforeItIsGivenUp) {
-    const LSound kept = Write(std::vector<float>(10, 0.5f));
-    for (int id = 1; id < kNoCacheId; ++id) {
-        const int fd = ::open(QFile::encodeName(CacheFileName(static_cast<uint16_t>(id), ".aud")).constData(),
-                              O_CREAT | O_WRONLY, 0600);
-        ASSERT_GE(fd, 0);
-        ::close(fd);
-    }
-    CloseCache();
-    ASSERT_TRUE(SetCacheFolder(folder_));
-    AddCacheRef(0);
-    EXPECT_EQ(AllocateCacheId(), 1) << "the incomplete sets went";
-    EXPECT_EQ(Files().size(), 3);
-    std::vector<uint16_t> taken;
-    for (uint16_t id = AllocateCacheId(); id != kNoCacheId; id = AllocateCacheId()) taken.push_back(id);
-    EXPECT_EQ(taken.size(), size_t{kNoCacheId - 2});
-    for (const uint16_t id : taken) ReleaseCacheRef(id);
+    const LSound held = Write(std::vector<float>(10, 0.5f));
+    const uint16_t decoded = Decoded(MakeFile("a.wav", "samples"));
+    MakeFile("numbers/500.aud", "left by a crash");
+    MakeFile("numbers/65533.aud", "left by a crash");
+    CacheTable().exists.fill(1);
+    EXPECT_EQ(AllocateCacheId(), 500) << "incomplete sets go first";
+    EXPECT_EQ(AllocateCacheId(), 65533);
+    EXPECT_EQ(AllocateCacheId(), decoded) << "then what nobody refers to";
+    EXPECT_EQ(AllocateCacheId(), kNoCacheId);
+    EXPECT_EQ(ReadSound(held).size(), 10u);
+    ReleaseCacheRef(500);
+    EXPECT_EQ(AllocateCacheId(), 500);
+    LCacheFileWriter writer({}, nullptr);
+    EXPECT_TRUE(writer.HasFailed());
 }
 
 // --- Clean-up
