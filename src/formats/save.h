@@ -25,7 +25,7 @@ const char* SaveResultName(SaveResult result);  // "Success", "Cancelled", "Empt
 struct LSaveRequest {
     const LSound* sound = nullptr;
     QString path;
-    LFormatRecord record;  // for ".wav"; rate and channels are the sound's
+    LFormatRecord record;  // for ".wav"; its rate and channels are replaced by the sound's
     LForeignChunks foreignChunks;
     bool documentReadOnly = false;  // asks before it goes on
 };
@@ -40,6 +40,9 @@ struct LSaveOutcome {
 // source of the sound's working file where the sound is one whole segment over it, unscaled, and the format
 // gives back exactly these samples.
 LSaveOutcome SaveSound(const LSaveRequest& request, LProgress& progress, LMessageHost& host);
+
+// Hook: saves a project (".odxp"). Null: the type cannot be written.
+extern LSaveOutcome (*gSaveProject)(const LSaveRequest& request, LProgress& progress, LMessageHost& host);
 
 // kbit/s that MP3 and AAC settings match: channels * rate * 16 / 1000, at most 320.
 int SourceBitRate(LSoundFormat format);

@@ -19,18 +19,21 @@ constexpr int64_t kChunkHeaderBytes = 8;
 
 // The record that is written: the width as it is stored, sizes that agree with it. Tag 0: cannot be written.
 LFormatRecord Normalised(const LFormatRecord& asked) {
-    const bool possible = asked.channels >= 1 && asked.channels <= 255 && asked.sampleRate >= 1;
-    uint16_t bits = 0;
-    if (possible && asked.tag == 1)
-        bits = asked.bits < 9 ? 8 : asked.bits > 24 ? 32 : asked.bits > 16 ? 24 : 16;
-    if (possible && asked.tag == 3 && asked.bits == 32) bits = 32;
-    if (possible && (asked.tag == 6 || asked.tag == 7)) bits = 8;
-    LFormatRecord record = LFormatRecord::Plain(bits ? asked.tag : 0, bits, asked.sampleRate, asked.channels);
+    const int bits = StoredWavBits(asked);
+    LFormatRecord record = LFormatRecord::Plain(bits ? asked.tag : uint16_t{0}, static_cast<uint16_t>(bits),
+                                                asked.sampleRate, asked.channels);
     if (asked.tag == 6 || asked.tag == 7) record.extra = asked.extra;
     return record;
 }
 
 }  // namespace
+
+int StoredWavBits(const LFormatRecord& record) {
+    if (record.channels < 1 || record.channels > 255 || record.sampleRate < 1) return 0;
+    if (record.tag == 1) return record.bits < 9 ? 8 : record.bits > 24 ? 32 : record.bits > 16 ? 24 : 16;
+    if (record.tag == 3) return record.bits == 32 ? 32 : 0;
+    return record.tag == 6 || record.tag == 7 ? 8 : 0;
+}
 
 LWavSink::LWavSink(const QString& path, const LFormatRecord& record, LWavSinkOptions options)
     : LSoundSink({static_cast<int32_t>(record.sampleRate), static_cast<uint8_t>(record.channels)}),

@@ -16,6 +16,9 @@ struct LWavChunkLimits {
     int64_t later = 0xFFFFFFF0;
 };
 
+// Bits that a sample of the record takes in a file (8, 16, 24 or 32); 0 for a record that LWavSink refuses.
+int StoredWavBits(const LFormatRecord& record);
+
 struct LWavSinkOptions {
     bool shaper = true;       // also needs more than 8000 Hz, at most 16 channels, 8 or 16 bits of PCM
     bool shortHeader = true;  // 44 bytes, else 46 with cbSize; A-law and mu-law always take the long one
