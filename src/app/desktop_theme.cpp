@@ -6,6 +6,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <QFileInfo>
 
 #include "app/desktop_theme.h"
 #include "app/theme.h"
@@ -18,6 +19,12 @@ const QString kPortalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString kPortalSettings = QStringLiteral("org.freedesktop.portal.Settings");
 const QString kAppearance = QStringLiteral("org.freedesktop.appearance");
 const QString kColourScheme = QStringLiteral("color-scheme");
+
+// Where there is no bus, asking for one would start one.
+bool HasSessionBus() {
+    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") ||
+           QFileInfo::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus"));
+}
 
 // The portal wraps a value in a variant once or twice.
 uint SchemeOf(QVariant value) {
@@ -32,6 +39,7 @@ void Follow(uint scheme) {
 }  // namespace
 
 LDesktopTheme::LDesktopTheme() {
+    if (!HasSessionBus()) return;
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) return;
     bus.connect(kPortal, kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,

@@ -6,6 +6,7 @@
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QPainter>
+#include <QResizeEvent>
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
@@ -27,12 +28,25 @@ const QString kPlaceSection = QStringLiteral("MainWindow");
 constexpr int kRecentInMenu = 5;  // the others stand in a menu below
 constexpr int kDiskIntervalMs = 5000;
 
-// The area of the sounds; says what can be done where there are none.
+// The area of the sounds; says what can be done where there are none. Windows that reach to its right or
+// lower side keep doing so when it changes its size.
 class LSoundArea final : public QMdiArea {
   public:
     using QMdiArea::QMdiArea;
 
   protected:
+    void resizeEvent(QResizeEvent* event) override {
+        const QSize before = event->oldSize(), now = event->size();
+        for (QMdiSubWindow* window : subWindowList()) {
+            QRect place = window->geometry();
+            if (!before.isValid() || window->isMaximized() || window->isMinimized()) continue;
+            if (place.right() + 1 == before.width()) place.setRight(now.width() - 1);
+            if (place.bottom() + 1 == before.height()) place.setBottom(now.height() - 1);
+            if (place.width() > 80 && place.height() > 60) window->setGeometry(place);
+        }
+        QMdiArea::resizeEvent(event);
+    }
+
     void paintEvent(QPaintEvent* event) override {
         QMdiArea::paintEvent(event);
         if (!subWindowList().isEmpty()) return;
@@ -150,6 +164,8 @@ void LMainFrame::BuildMenus() {
         menu->addAction(actions_[row.id]);
     }
     connect(menus[0], &QMenu::aboutToShow, this, &LMainFrame::ShowRecentFiles);
+    viewMenu_ = menus[2];
+    connect(viewMenu_, &QMenu::aboutToShow, this, &LMainFrame::ShowOpenWindows);
 }
 
 void LMainFrame::BuildToolbar() {
@@ -299,6 +315,22 @@ void LMainFrame::ShowRecentFiles() {
     }
     actions_[kCmdNoRecent]->setVisible(files.isEmpty());
     moreRecent_->menuAction()->setVisible(files.size() > kRecentInMenu);
+}
+
+void LMainFrame::ShowOpenWindows() {
+    qDeleteAll(windowActions_);
+    windowActions_ = {};
+    if (Sounds().isEmpty()) return;
+    windowActions_.append(viewMenu_->addSeparator());
+    for (QMdiSubWindow* window : area_->subWindowList()) {
+        QString title = window->widget()->windowTitle();
+        title.replace(QStringLiteral("[*]"), window->isWindowModified() ? QStringLiteral("*") : QString());
+        QAction* action = viewMenu_->addAction(title.replace(QLatin1Char('&'), QStringLiteral("&&")));
+        action->setCheckable(true);
+        action->setChecked(window == area_->currentSubWindow());
+        connect(action, &QAction::triggered, window, [this, window] { area_->setActiveSubWindow(window); });
+        windowActions_.append(action);
+    }
 }
 
 void LMainFrame::changeEvent(QEvent* event) {

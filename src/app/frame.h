@@ -63,7 +63,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     bool OpenSound(const QString& path) override;
     bool OpenProject(const QString& path) override;
     bool MayOpenMore() const override;
-    void OpenLink(const QString&) override {}
+    // No link has a meaning yet beyond the wish to see the program.
+    void OpenLink(const QString&) override { BringForward(); }
     void AddListener(const QString& name) override;
 
   protected:
@@ -86,6 +87,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     void RefreshActions();
     void ShowStatus();
     void ShowRecentFiles();
+    void ShowOpenWindows();
     void ShowDisk();
 
     // File commands.
@@ -118,6 +120,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     QHash<int, QAction*> actions_;
     QActionGroup* themes_ = nullptr;
     QMenu* moreRecent_ = nullptr;
+    QMenu* viewMenu_ = nullptr;
+    QList<QAction*> windowActions_;  // at the end of the view menu, while it is shown
     QLabel *position_ = nullptr, *selection_ = nullptr, *format_ = nullptr, *length_ = nullptr,
            *disk_ = nullptr;
     QTimer diskTimer_;

@@ -194,7 +194,8 @@ void LMainFrame::PasteToNewCommand() {
 // --- View
 
 void LMainFrame::ToggleDb() {
-    const bool on = actions_[kCmdShowDb]->isChecked();
+    const bool on = !GetSettingBool(QStringLiteral("Settings"), QStringLiteral("ShowDBLines"), false);
+    actions_[kCmdShowDb]->setChecked(on);
     SetSettingBool(QStringLiteral("Settings"), QStringLiteral("ShowDBLines"), on);
     for (LSoundWindow* sound : Sounds()) sound->View().SetShowsDb(on);
 }

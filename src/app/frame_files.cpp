@@ -92,7 +92,6 @@ void LMainFrame::OpenRecent(int index) {
     if (!OpenSound(path) && !QFileInfo::exists(path)) ForgetRecentFile(path);
 }
 
-// The first sound fills the area, later ones are laid over each other unless windows are maximized.
 LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
     auto* window = new LSoundWindow(std::move(document));
     window->mayClose = [this](LSoundWindow& sound) { return closing_ || MayClose(sound); };
@@ -103,15 +102,12 @@ LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
         (area_->currentSubWindow() && area_->currentSubWindow()->isMaximized());
     QMdiSubWindow* child = area_->addSubWindow(window);
     child->setWindowIcon(windowIcon());
-    const QRect room = area_->viewport()->rect();
     if (maximize) {
         child->showMaximized();
-    } else if (others.isEmpty()) {
-        child->setGeometry(room);
-        child->show();
     } else {
+        // A staircase: every title bar can be seen and reached.
         const int step = 28 * static_cast<int>(others.size() % 8);
-        child->setGeometry(QRect(room.topLeft() + QPoint(step, step), room.size() * 0.75));
+        child->setGeometry(area_->viewport()->rect().adjusted(step, step, 0, 0));
         child->show();
     }
     area_->setActiveSubWindow(child);

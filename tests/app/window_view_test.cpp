@@ -8,6 +8,7 @@
 
 #include "app/theme.h"
 #include "app/time_text.h"
+#include "gen/settings.h"
 #include "waiting.h"
 #include "window_fixture.h"
 
@@ -215,6 +216,46 @@ TEST_F(WindowTest, TheStatusBarTellsTheSelection) {
               QStringLiteral("Selection 0:00:00.500 \u2013 0:00:02.000 (0:00:01.500)"));
     EXPECT_EQ(text("statusLength"), QStringLiteral("Length 0:00:03.000"));
     EXPECT_EQ(text("statusFormat"), QStringLiteral("44100 Hz, Stereo"));
+}
+
+TEST_F(WindowTest, PlaceAndSizeComeBackOnlyWhereTheyCanBeSeen) {
+    const QString section = QStringLiteral("MainWindow");
+    frame->ResizeClient(640, std::nullopt);
+    EXPECT_EQ(frame->size(), QSize(640, 700));
+    frame->ResizeClient(std::nullopt, 420);
+    EXPECT_EQ(frame->size(), QSize(640, 420));
+    frame->move(33, 44);
+    const QRect place = frame->geometry();
+    ASSERT_TRUE(frame->close());
+    EXPECT_FALSE(GetSettingBool(section, QStringLiteral("Maximized"), true));
+    LMainFrame again;
+    EXPECT_EQ(again.geometry(), place);
+    EXPECT_FALSE(again.isMaximized());
+
+    SetSettingInt(90000, section, QStringLiteral("Left"));
+    SetSettingBool(section, QStringLiteral("Maximized"), true);
+    LMainFrame elsewhere;
+    elsewhere.show();
+    EXPECT_TRUE(elsewhere.isMaximized());
+    EXPECT_LT(elsewhere.normalGeometry().left(), 10000);
+}
+
+TEST_F(WindowTest, TheOverviewMovesTheViewAndWindowsGrowWithTheFrame) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    window->Range().Show(0, 44100);
+    auto* overview = window->findChild<QWidget*>(QStringLiteral("overview"));
+    const int third = overview->width() / 3;
+    QTest::mousePress(overview, Qt::LeftButton, {}, {third / 2, 10});
+    QTest::mouseMove(overview, {third / 2 + third, 10});
+    QTest::mouseRelease(overview, Qt::LeftButton, {}, {third / 2 + third, 10});
+    EXPECT_NEAR(static_cast<double>(window->Range().Start()), 44100, 300);
+    QTest::mouseClick(overview, Qt::LeftButton, {}, {overview->width() - 1, 10});
+    EXPECT_EQ(window->Range().End(), 3 * 44100);
+
+    const int before = window->width();
+    frame->resize(frame->width() + 200, frame->height());
+    QTest::qWait(1);
+    EXPECT_EQ(window->width(), before + 200);
 }
 
 TEST(TimeText, RoundsToMillisecondsAndStepsAreWhole) {
