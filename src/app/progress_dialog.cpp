@@ -139,6 +139,8 @@ void LProgressDialog::CancelAll() {
     for (State* job : State::Running()) job->cancelled = true;
 }
 
+bool LProgressDialog::IsAnyRunning() { return !State::Running().isEmpty(); }
+
 bool LProgressDialog::IsCancelled() {
     if (state_->cancelled) return true;
     if (!state_->running || ProgressClock::now() - state_->lastPump < kPumpInterval) return false;

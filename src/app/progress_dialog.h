@@ -30,6 +30,7 @@ class LProgressDialog : public LProgress {
 
     // Cancels every job that runs: the program is asked to end.
     static void CancelAll();
+    static bool IsAnyRunning();
 
     // Disables the owner, runs Process on this thread, enables, activates and focuses the owner again.
     void RunModal();

@@ -8,6 +8,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QThread>
+#include <QTimer>
 #include <cstdio>
 #include <optional>
 
@@ -33,6 +34,8 @@ namespace {
 
 constexpr int kExitNoWindow = 2;
 constexpr int kRunLockBudgetMs = 20000;
+constexpr int kMaxHandOvers = 256;
+constexpr int kHandOverRetryMs = 50;
 
 constexpr const char* kUsage =
     "Usage: ondarix [SWITCH]... [FILE]...\n"
@@ -102,6 +105,8 @@ class EditorRun {
     void Finish();
 
   private:
+    void TakeHandOver(const QStringList& arguments);
+    void WorkOffHandOvers();
     void WorkThrough(const QStringList& arguments);
     int Process(const QStringList& arguments, QString& reply);
     LProgramState State() const;
@@ -110,6 +115,7 @@ class EditorRun {
     LApplication& application_;
     LRuntimeLock& startLock_;
     bool closing_ = false;
+    QList<QStringList> handOvers_;  // not yet worked through
     LMarkerFile marker_;
     std::unique_ptr<LMainFrame> frame_;
     std::optional<LInstanceServer> instance_, automation_;
@@ -130,7 +136,7 @@ void EditorRun::Start(const QStringList& arguments) {
     handlers.bringForward = [this] {
         if (!closing_) frame_->BringForward();
     };
-    handlers.handOver = [this](const QStringList& list) { WorkThrough(list); };
+    handlers.handOver = [this](const QStringList& list) { TakeHandOver(list); };
     handlers.automation = [this](const QStringList& list, QString& reply) { return Process(list, reply); };
     instance_.emplace(LInstanceServer::Kind::kInstance, handlers).Listen(InstanceSocketPath());
     automation_.emplace(LInstanceServer::Kind::kAutomation, handlers).Listen(AutomationSocketPath());
@@ -145,9 +151,26 @@ void EditorRun::Start(const QStringList& arguments) {
     frame_->AfterStartup();
 }
 
-// The hand-over of a second process. `arguments` never empty.
+// Several files opened at once from outside come as one hand-over each, and the later ones arrive while a job
+// loads the first: they wait for its end.
+void EditorRun::TakeHandOver(const QStringList& arguments) {
+    if (handOvers_.size() >= kMaxHandOvers) return;
+    handOvers_.append(arguments);
+    if (handOvers_.size() == 1 || !LProgressDialog::IsAnyRunning()) WorkOffHandOvers();
+}
+
+void EditorRun::WorkOffHandOvers() {
+    while (!handOvers_.isEmpty() && !closing_) {
+        if (LProgressDialog::IsAnyRunning()) {
+            QTimer::singleShot(kHandOverRetryMs, &application_, [this] { WorkOffHandOvers(); });
+            return;
+        }
+        WorkThrough(handOvers_.takeFirst());
+    }
+}
+
+// `arguments` is never empty.
 void EditorRun::WorkThrough(const QStringList& arguments) {
-    if (closing_) return;
     const QString link = LinkArgument(arguments);
     QString reply;
     if (arguments.size() == 1)

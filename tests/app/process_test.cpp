@@ -96,12 +96,12 @@ class Editors : public testing::Test {
                    ? process.exitCode()
                    : -1;
     }
-    QString MakeSound(const QString& name) const {
+    QString MakeSound(const QString& name, double seconds = 0.1) const {
         const QString path = home.filePath(name);
-        QProcess::execute(
-            QStringLiteral("sox"),
-            {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("8000"), path,
-             QStringLiteral("synth"), QStringLiteral("0.1"), QStringLiteral("sine"), QStringLiteral("440")});
+        QProcess::execute(QStringLiteral("sox"),
+                          {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("8000"), path,
+                           QStringLiteral("synth"), QString::number(seconds), QStringLiteral("sine"),
+                           QStringLiteral("440")});
         return path;
     }
     QStringList Markers() const {
@@ -214,6 +214,33 @@ TEST_F(Editors, AStartDuringAnotherOnesEndTakesItsPlace) {
         EXPECT_EQ(Listeners(), QStringList{QStringLiteral("next")});
         ASSERT_EQ(Exit(second), 0);
     }
+}
+
+// A file manager starts one process for each file; all of them arrive while the first is being loaded.
+TEST_F(Editors, FilesOpenedTogetherAreAllOpened) {
+    QStringList sounds;
+    for (int i = 0; i < 6; ++i) sounds.append(MakeSound(QStringLiteral("s%1.wav").arg(i), 120));
+    QProcess& editor = Start({});
+    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    std::vector<QProcess*> senders;
+    for (const QString& sound : sounds) senders.push_back(&Start({sound}));
+    for (QProcess* sender : senders) ASSERT_TRUE(sender->waitForFinished(20000));
+    EXPECT_TRUE(Until([&] { return OpenSounds().size() == 6; }));
+    QStringList open = OpenSounds();
+    open.sort();
+    EXPECT_EQ(open, sounds);
+    EXPECT_EQ(Exit(editor), 0);
+}
+
+// The box that says so is open before the first event loop runs.
+TEST_F(Editors, ASignalEndsOneWithADialogOpen) {
+    QProcess& editor = Start({home.filePath(QStringLiteral("missing.wav"))});
+    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ::kill(static_cast<pid_t>(editor.processId()), SIGTERM);
+    ASSERT_TRUE(editor.waitForFinished(10000));
+    EXPECT_EQ(editor.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(editor.exitCode(), 0);
+    EXPECT_TRUE(Markers().isEmpty());
 }
 
 TEST_F(Editors, AHiddenOneLivesOnComesBackAndEnds) {
