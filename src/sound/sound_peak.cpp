@@ -54,6 +54,7 @@ class SoundPeakFinder {
     float known_ = 0.0f;
     std::vector<OpenStretch> open_;
     std::unique_ptr<LCacheFileReader> reader_;
+    std::vector<float> frames_;
 };
 
 bool SoundPeakFinder::AddSegment(const LSoundSegment& segment) {
@@ -110,7 +111,8 @@ void SoundPeakFinder::AddBlock(const LSoundSegment& segment, int64_t block, uint
         return;
     }
     OpenStretch stretch{&segment, std::max(from, begin_), std::min(to, end_), bound};
-    if (!open_.empty() && open_.back().segment == &segment && open_.back().to == stretch.from) {
+    if (!open_.empty() && open_.back().segment == &segment &&
+        stretch.from - open_.back().to <= kBlockFrames) {  // one read costs less than two
         open_.back().to = stretch.to;
         open_.back().bound = std::max(open_.back().bound, bound);
     } else {
@@ -123,13 +125,12 @@ float SoundPeakFinder::ExactPeak(const OpenStretch& stretch) {
     if (!reader_ || reader_->Id() != id) reader_ = std::make_unique<LCacheFileReader>(id, format_);
     reader_->SetGain(stretch.segment->gain);
     reader_->Seek(stretch.from);
-    std::vector<float> frames(
-        static_cast<size_t>(std::min<int64_t>(kBlockFrames, stretch.to - stretch.from)) * format_.channels);
+    frames_.resize(static_cast<size_t>(kBlockFrames) * format_.channels);
     float most = 0.0f;
     for (int64_t left = stretch.to - stretch.from; left > 0;) {
         const auto piece = static_cast<int32_t>(std::min<int64_t>(left, kBlockFrames));
-        reader_->Read(frames.data(), piece);
-        most = std::max(most, MaxMagnitude(frames.data(), int64_t{piece} * format_.channels));
+        reader_->Read(frames_.data(), piece);
+        most = std::max(most, MaxMagnitude(frames_.data(), int64_t{piece} * format_.channels));
         left -= piece;
     }
     return most;

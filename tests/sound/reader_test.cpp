@@ -90,6 +90,28 @@ TEST_F(ReaderTest, AFileReaderKeepsPositionsOutsideTheFile) {
     EXPECT_EQ(ReadFrames(missing, 2), std::vector<float>(2, 0.0f));
 }
 
+TEST_F(ReaderTest, ASegmentCountsFromItsFirstFrameAndHandsItsFileOn) {
+    const LSound sound = Write(Ramp(20));
+    LSoundSegment head(sound.segments->cacheRef, 5, 4), tail(sound.segments->cacheRef, 12, 3);
+    tail.gain = 2.0f;
+    LSegmentSource first(head, sound.Format());
+    EXPECT_EQ(first.GetLength(), 4);
+    EXPECT_EQ(ReadFrames(first, 3), (std::vector<float>{6, 7, 8}));
+    EXPECT_EQ(first.GetPosition(), 3);
+    auto file = first.TakeFileReader();
+    const LCacheFileReader* const opened = file.get();
+    LSegmentSource second(tail, sound.Format(), std::move(file));
+    EXPECT_EQ(second.GetPosition(), 0);
+    EXPECT_EQ(ReadFrames(second, 2), (std::vector<float>{26, 28}));
+    second.Seek(1);
+    EXPECT_EQ(ReadFrames(second, 1), std::vector<float>{28});
+    EXPECT_EQ(second.TakeFileReader().get(), opened);
+    LSegmentSource silence(LSoundSegment::Silent(7), sound.Format());
+    EXPECT_EQ(ReadFrames(silence, 3), std::vector<float>(3, 0.0f));
+    EXPECT_EQ(silence.GetPosition(), 3);
+    EXPECT_EQ(silence.GetLength(), 7);
+}
+
 TEST_F(ReaderTest, FollowsAWriter) {
     LCacheFileWriter writer({44100, 1}, nullptr);
     LCacheFileReader reader(writer.Id(), {44100, 1});
