@@ -99,9 +99,9 @@ class Editors : public testing::Test {
     QString MakeSound(const QString& name, double seconds = 0.1) const {
         const QString path = home.filePath(name);
         QProcess::execute(QStringLiteral("sox"),
-                          {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("8000"), path,
-                           QStringLiteral("synth"), QString::number(seconds), QStringLiteral("sine"),
-                           QStringLiteral("440")});
+                          {QStringLiteral("-n"), QStringLiteral("-r"), QStringLiteral("48000"),
+                           QStringLiteral("-c"), QStringLiteral("2"), path, QStringLiteral("synth"),
+                           QString::number(seconds), QStringLiteral("sine"), QStringLiteral("440")});
         return path;
     }
     QStringList Markers() const {
