@@ -147,6 +147,18 @@ TEST(CliFaults, OutputsThatCannotBeWritten) {
     EXPECT_EQ(FileContent(home.File("old.wav")), "kept as it is");
 }
 
+// Looking at a file needs no folder of its own; editing one does.
+TEST(CliFaults, AHomeThatCannotBeWritten) {
+    const Home home;
+    WriteFile(home.File("in.wav"), SmallWav());
+    ASSERT_EQ(chmod(home.HomeFolder().toUtf8().constData(), 0555), 0);
+    ExpectFailure(home, {"convert", "in.wav", "out.wav"}, 2, &ObeyPermissions);
+    ExpectFailure(home, {"settings", "set", "Trial", "Name", "1"}, 2, &ObeyPermissions);
+    ExpectFailure(home, {"cache", "clean", "all"}, 2, &ObeyPermissions);
+    EXPECT_EQ(home.Run({"info", "--level", "in.wav"}, &ObeyPermissions).status, 0);
+    EXPECT_EQ(home.Run({"settings", "get", "Trial", "Name", "x"}, &ObeyPermissions).out, "x\n");
+}
+
 // The working file fits, the result does not: the limit on the size of files is met while saving.
 TEST(CliFaults, AFullDiskLeavesTheOldFile) {
     const Home home;

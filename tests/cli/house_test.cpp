@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Settings, working files, help and the manual.
+#include <fcntl.h>
 #include <pty.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +11,7 @@
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QSet>
+#include <cstring>
 #include <thread>
 
 #include "cli/plain_wav.h"
@@ -88,6 +91,16 @@ TEST(CliCache, ListsAndCleansTheEditorsFolder) {
     EXPECT_EQ(home.Run({"convert", "in.wav", "out.wav"}).status, 0);
     EXPECT_EQ(home.Run({"cache", "list", "--json"}).Json()["entries"].toArray().size(), 2);
 
+    // An editor that is running holds the lock.
+    const int lock = open((folder + "/cache.lock").toUtf8().constData(), O_RDWR | O_CREAT, 0600);
+    ASSERT_EQ(flock(lock, LOCK_EX | LOCK_NB), 0);
+    const Outcome refused = home.Run({"cache", "clean", "all"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.ErrorLines(), 1);
+    EXPECT_EQ(home.Run({"cache", "list", "--json"}).Json()["entries"].toArray().size(), 2);
+    EXPECT_EQ(home.Run({"convert", "in.wav", "out.wav"}).status, 0);
+    close(lock);
+
     const QJsonObject cleaned = home.Run({"cache", "clean", "all", "--json"}).Json();
     EXPECT_EQ(cleaned["left"].toInt(), 0);
     EXPECT_EQ(cleaned["freedBytes"].toInteger(), listed["bytes"].toInteger());
@@ -156,9 +169,12 @@ TEST(CliProgress, IsShownOnTerminalsOnly) {
 // Opening and saving take the same memory for a second and for an hour.
 TEST(CliMemory, DoesNotGrowWithTheSound) {
     const Home home;
-    PlainWav wav = NoiseWav(1, 1, 8, 8000, 1, 100, 0.5);
-    wav.data = QByteArray(30'000'000, '\x90');
-    WriteFile(home.File("in.wav"), wav.ToBytes());
+    // Extended on disk: what this process holds would count for its child too.
+    QByteArray header = NoiseWav(1, 1, 8, 8000, 1, 0, 0.5).ToBytes();
+    const uint32_t size = 30'000'000;
+    std::memcpy(header.data() + 40, &size, sizeof size);
+    WriteFile(home.File("in.wav"), header);
+    ASSERT_TRUE(QFile::resize(home.File("in.wav"), 44 + int64_t{size}));
     const QByteArray homeSetting = "ONDARIX_HOME=" + home.HomeFolder().toUtf8();
     const QByteArray in = home.File("in.wav").toUtf8(), out = home.File("out.wav").toUtf8();
     const pid_t child = fork();
