@@ -30,10 +30,10 @@ inline uint16_t PeakOf(float v) {
     return units == 0 ? uint16_t{1} : units;
 }
 
-inline void FoldLanes(const float* high, const float* low, int channels, LPeakPair* out) {
+inline void FoldLanes(const float* high, const float* low, int lanes, int channels, LPeakPair* out) {
     for (int channel = 0; channel < channels; ++channel) {
         float max = 0.0f, min = 0.0f;
-        for (int lane = channel; lane < kPeakLanes; lane += channels) {
+        for (int lane = channel; lane < lanes; lane += channels) {
             max = high[lane] > max ? high[lane] : max;
             min = low[lane] < min ? low[lane] : min;
         }
@@ -41,11 +41,19 @@ inline void FoldLanes(const float* high, const float* low, int channels, LPeakPa
     }
 }
 
-void PeaksOfOddBlock(const float* frames, int channels, LPeakPair* out) {
-    float max[256] = {}, min[256] = {};
-    AccumulatePeaks(frames, kPeakBlockFrames, channels, max, min);
-    for (int channel = 0; channel < channels; ++channel)
-        out[channel] = {PeakOf(max[channel]), PeakOf(-min[channel])};
+// Any other channel count: rows of eight frames, so that the inner loop is long enough to be vectorised.
+inline void PeaksOfOddBlock(const float* frames, int channels, LPeakPair* out) {
+    constexpr int kRowFrames = 8;
+    float high[kRowFrames * 255], low[kRowFrames * 255];
+    const int width = kRowFrames * channels;
+    for (int lane = 0; lane < width; ++lane) high[lane] = low[lane] = 0.0f;
+    for (int row = 0; row < kPeakBlockFrames / kRowFrames; ++row, frames += width) {
+        for (int lane = 0; lane < width; ++lane) {
+            high[lane] = frames[lane] > high[lane] ? frames[lane] : high[lane];
+            low[lane] = frames[lane] < low[lane] ? frames[lane] : low[lane];
+        }
+    }
+    FoldLanes(high, low, width, channels, out);
 }
 
 }  // namespace
@@ -73,7 +81,7 @@ ONDARIX_WIDE void PeaksOfBlocks(const float* frames, int64_t blocks, int channel
         }
         float high[kPeakLanes], low[kPeakLanes];
         PeakLanes(frames, blockFloats / kPeakLanes, high, low);
-        FoldLanes(high, low, channels, out);
+        FoldLanes(high, low, kPeakLanes, channels, out);
     }
 }
 
