@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
+#include <algorithm>
 
 #include "app/commands.h"
 #include "app/desktop_theme.h"
@@ -27,6 +28,7 @@ namespace {
 const QString kPlaceSection = QStringLiteral("MainWindow");
 constexpr int kRecentInMenu = 5;  // the others stand in a menu below
 constexpr int kDiskIntervalMs = 5000;
+constexpr int kFarthestPixel = 1 << 20;  // of a place that can be meant
 
 // The area of the sounds; says what can be done where there are none. Windows that reach to its right or
 // lower side keep doing so when it changes its size.
@@ -208,7 +210,8 @@ void LMainFrame::AfterStartup() {
 
 void LMainFrame::RestorePlace() {
     const auto value = [](const char* name) {
-        return GetSettingInt(kPlaceSection, QLatin1String(name), INT_MIN);
+        return std::clamp(GetSettingInt(kPlaceSection, QLatin1String(name), 0), -kFarthestPixel,
+                          kFarthestPixel);
     };
     const QRect stored(value("Left"), value("Top"), value("Width"), value("Height"));
     bool visible = false;
