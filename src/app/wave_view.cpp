@@ -2,6 +2,7 @@
 #include "app/wave_view.h"
 
 #include <QEvent>
+#include <QPaintEvent>
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
@@ -63,6 +64,15 @@ void LWaveView::SetShowsDb(bool on) {
     Q_EMIT LevelsChanged();
 }
 
+// Only what lies between two frames looks different now.
+void LWaveView::UpdateBetween(int64_t one, int64_t other) {
+    const double a = range_->XOf(std::min(one, other), width()),
+                 b = range_->XOf(std::max(one, other), width());
+    const int from = static_cast<int>(std::clamp<double>(a, -10, width() + 10)) - 4;
+    const int to = static_cast<int>(std::clamp<double>(b, -10, width() + 10)) + 5;
+    update(from, 0, to - from, height());
+}
+
 void LWaveView::changeEvent(QEvent* event) {
     if (event->type() == QEvent::PaletteChange) update();
     QWidget::changeEvent(event);
@@ -85,12 +95,13 @@ void LWaveView::UpdateColumns(int columns) {
                             : columns_.Compute(document_->sound, drawnStart_, drawnFrames_, columns);
 }
 
-void LWaveView::paintEvent(QPaintEvent*) {
+void LWaveView::paintEvent(QPaintEvent* event) {
     UpdateColumns(static_cast<int>(std::lround(width() * devicePixelRatioF())));
     const LWaveColours& colours = WaveColours();
     QPainter painter(this);
     painter.fillRect(rect(), colours.gap);
-    for (int channel = 0; channel < document_->sound.channels; ++channel) PaintStrip(painter, channel);
+    for (int channel = 0; channel < document_->sound.channels; ++channel)
+        PaintStrip(painter, channel, event->rect());
     const double x = std::floor(range_->XOf(cursor_, width()));
     if (x >= -1 && x <= width())
         painter.fillRect(QRectF(std::min(x, width() - 1.0), 0, 1, height()), colours.cursor);
@@ -103,7 +114,7 @@ void LWaveView::paintEvent(QPaintEvent*) {
     }
 }
 
-void LWaveView::PaintStrip(QPainter& painter, int channel) {
+void LWaveView::PaintStrip(QPainter& painter, int channel, const QRect& dirty) {
     const LWaveColours& colours = WaveColours();
     const LStrip strip = StripOf(channel, document_->sound.channels, height());
     const QRectF area(0, strip.top, std::min<double>(width(), range_->XOf(range_->Total(), width())),
@@ -126,10 +137,11 @@ void LWaveView::PaintStrip(QPainter& painter, int channel) {
     if (ShowsSamples())
         PaintSamples(painter, channel, strip);
     else
-        PaintBars(painter, channel, strip, devicePixelRatioF());
+        PaintBars(painter, channel, strip, dirty);
 }
 
-void LWaveView::PaintBars(QPainter& painter, int channel, const LStrip& strip, qreal ratio) {
+void LWaveView::PaintBars(QPainter& painter, int channel, const LStrip& strip, const QRect& dirty) {
+    const qreal ratio = devicePixelRatioF();
     const auto channels = static_cast<size_t>(document_->sound.channels);
     const size_t count = drawn_.size() / channels;
     const LRows rows{strip.Middle() * ratio, strip.HalfSpan() * verticalZoom_ * ratio, strip.top * ratio,
@@ -139,9 +151,11 @@ void LWaveView::PaintBars(QPainter& painter, int channel, const LStrip& strip, q
     const int selectedFrom = static_cast<int>(std::floor(range_->XOf(selection.start, width()) * ratio));
     const int selectedTo = static_cast<int>(std::ceil(range_->XOf(selection.end, width()) * ratio));
     QVector<QRectF> plain, selected, clipped;
+    const auto first = static_cast<size_t>(std::max(0.0, (dirty.left() - 2) * ratio));
+    const size_t end = std::min(count, static_cast<size_t>((dirty.right() + 3) * ratio));
     plain.reserve(static_cast<qsizetype>(count));
     const LWaveColumn* before = nullptr;
-    for (size_t i = 0; i < count; ++i) {
+    for (size_t i = first; i < end; ++i) {
         const LWaveColumn& column = drawn_[i * channels + static_cast<size_t>(channel)];
         float high = column.top, low = column.bottom;
         if (fromSamples && before) {  // touch the neighbour, as the signal does

@@ -51,8 +51,9 @@ class LWaveView final : public QWidget {
   private:
     // Painting.
     void UpdateColumns(int columns);
-    void PaintStrip(QPainter& painter, int channel);
-    void PaintBars(QPainter& painter, int channel, const LStrip& strip, qreal ratio);
+    void PaintStrip(QPainter& painter, int channel, const QRect& dirty);
+    void PaintBars(QPainter& painter, int channel, const LStrip& strip, const QRect& dirty);
+    void UpdateBetween(int64_t one, int64_t other);
     void PaintSamples(QPainter& painter, int channel, const LStrip& strip);
     bool ShowsSamples() const;
 

@@ -17,10 +17,14 @@ constexpr double kZoomStep = 0.8;  // of a wheel notch
 
 void LWaveView::Select(int64_t start, int64_t end) {
     const int64_t total = range_->Total();
+    const LSelection before = document_->selection;
+    const int64_t cursorBefore = cursor_;
     anchor_ = std::clamp<int64_t>(start, 0, total);
     cursor_ = std::clamp<int64_t>(end, 0, total);
     document_->selection = {std::min(anchor_, cursor_), std::max(anchor_, cursor_)};
-    update();
+    UpdateBetween(before.start, document_->selection.start);
+    UpdateBetween(before.end, document_->selection.end);
+    UpdateBetween(cursorBefore, cursor_);
     Q_EMIT SelectionChanged();
 }
 

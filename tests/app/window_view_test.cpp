@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <QDragEnterEvent>
 #include <QMimeData>
+#include <QScreen>
 #include <QScrollBar>
 #include <QUrl>
 #include <QWheelEvent>
+#include <QWindow>
 #include <cmath>
 
 #include "app/theme.h"
@@ -153,6 +155,27 @@ TEST_F(WindowTest, TheMouseSelectsExtendsScrollsAndZooms) {
     EXPECT_TRUE(PumpUntil([&] { return window->Range().Start() > 5000; }));
     QTest::mouseRelease(&view, Qt::LeftButton, {}, {view.width() + 80, 50});
     EXPECT_EQ(selection.end, window->Range().End());
+}
+
+TEST_F(WindowTest, WhatIsRepaintedInPartsEqualsAWholePaint) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    LWaveView& view = window->View();
+    const auto shown = [&] { return frame->windowHandle()->screen()->grabWindow(frame->winId()).toImage(); };
+    for (const auto& [start, frames] :
+         {std::pair<int64_t, int64_t>{0, 3 * 44100}, {5000, 4000}, {5000, 60}}) {
+        window->Range().Show(start, frames);
+        view.Select(start + frames / 4, start + frames / 2);
+        QTest::qWait(5);
+        for (const auto& [from, to] : {std::pair{8, 3}, {2, 3}, {2, 2}, {7, 1}, {0, 9}}) {
+            view.Select(start + frames * from / 9, start + frames * to / 9);
+            QTest::qWait(5);
+        }
+        const QImage parts = shown();
+        ASSERT_FALSE(parts.isNull());
+        view.update();
+        QTest::qWait(5);
+        EXPECT_EQ(parts, shown()) << frames;
+    }
 }
 
 TEST_F(WindowTest, DroppedFilesOpenAndAreRemembered) {
