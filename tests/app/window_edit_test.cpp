@@ -1,6 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QPushButton>
+#include <QTimer>
 #include <cmath>
 
 #include "window_fixture.h"
@@ -85,6 +91,40 @@ TEST_F(WindowTest, TheFileKeepsItsCodingOnSave) {
         // A float holds 24 bits, so of 32-bit integers only those are the same.
         if (source.contains(QStringLiteral("32.wav"))) continue;
         EXPECT_EQ(Samples(source), before) << bits;
+    }
+}
+
+TEST_F(WindowTest, SaveAsAsksForNameAndCodingAndWritesBoth) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    const QStringList encodings = {"Unsigned Integer PCM",
+                                   "Signed Integer PCM",
+                                   "Signed Integer PCM",
+                                   "Signed Integer PCM",
+                                   "Floating Point PCM",
+                                   "A-law",
+                                   "u-law"};
+    for (int row = 0; row < encodings.size(); ++row) {
+        const QString path = folder.filePath(QStringLiteral("coded%1").arg(row));
+        QTimer answers;  // fills in whichever dialog is in front
+        QObject::connect(&answers, &QTimer::timeout, &answers, [&] {
+            QWidget* dialog = QApplication::activeModalWidget();
+            if (auto* files = qobject_cast<QFileDialog*>(dialog)) {
+                EXPECT_EQ(files->nameFilters().value(0), QStringLiteral("Wave (*.wav)"));
+                files->findChild<QLineEdit*>()->setText(path);
+                files->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save)->click();
+            } else if (dialog && dialog->objectName() == QStringLiteral("wavFormatDialog")) {
+                dialog->findChild<QComboBox*>()->setCurrentIndex(row);
+                static_cast<QDialog*>(dialog)->accept();
+            }
+        });
+        answers.start(20);
+        ASSERT_TRUE(frame->RunCommand(kCmdSaveAs));
+        EXPECT_EQ(window->Document().path, path + QStringLiteral(".wav"))
+            << "the extension of the type is added";
+        QProcess soxi;
+        soxi.start(QStringLiteral("soxi"), {"-e", window->Document().path});
+        soxi.waitForFinished();
+        EXPECT_EQ(QString::fromUtf8(soxi.readAllStandardOutput().trimmed()), encodings[row]);
     }
 }
 
