@@ -90,9 +90,10 @@ bool CheckType(const QString& extension, LSaveOutcome& outcome, LMessageHost& ho
     return Stop(outcome, SaveResult::kEncodingFailed);
 }
 
-// Asked where the format cannot hold the channels; true leaves in `sound` what is to be saved.
-bool Downmix(const QString& extension, LSound& sound, LSaveOutcome& outcome, LProgress& progress,
-             LMessageHost& host) {
+}  // namespace
+
+bool DownmixFor(const QString& extension, LSound& sound, LSaveOutcome& outcome, LProgress& progress,
+                LMessageHost& host) {
     if (FormatCanSaveChannels(extension, sound.channels)) return true;
     const int most = MaximumChannelsOf(extension);
     const QString format = extension.mid(1).toUpper(), key = "DontAskToDownmix" + format;
@@ -117,8 +118,6 @@ bool Downmix(const QString& extension, LSound& sound, LSaveOutcome& outcome, LPr
               QStringLiteral("The audio could not be downmixed to %1.").arg(ChannelCountText(most)));
     return Stop(outcome, SaveResult::kFailed);
 }
-
-}  // namespace
 
 const char* SaveResultName(SaveResult result) {
     switch (result) {
@@ -151,7 +150,7 @@ LSaveOutcome SaveSound(const LSaveRequest& request, LProgress& progress, LMessag
         return saved;
     }
     LSound sound(*request.sound);
-    if (Downmix(extension, sound, outcome, progress, host))
+    if (DownmixFor(extension, sound, outcome, progress, host))
         outcome.result = WriteSound(sound, request, extension, progress, host);
     return outcome;
 }

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The part of a save that comes after its checks.
+// The parts of a save after its checks.
 #pragma once
 #include "formats/save.h"
 #include "sound/source.h"
 
 namespace ondarix {
+
+// Asks before the channels are mixed down where the format cannot hold them all, unless told not to ask any
+// more ("DontAskToDownmixOGG" in "Settings"). True leaves in `sound` what is to be saved; otherwise the
+// outcome has its result.
+bool DownmixFor(const QString& extension, LSound& sound, LSaveOutcome& outcome, LProgress& progress,
+                LMessageHost& host);
 
 // Writes `sound` in the format of the extension to the request's path. Tells what went wrong.
 SaveResult WriteSound(const LSound& sound, const LSaveRequest& request, const QString& extension,

@@ -56,7 +56,7 @@ LWavSink::LWavSink(const QString& path, const LFormatRecord& record, LWavSinkOpt
         return;
     }
     flags &= static_cast<uint8_t>(~kFailed);
-    WriteHeader(0);
+    WriteHeader();
     if (ftruncate(fd_, dataStart_) != 0) Fail();
 }
 
@@ -65,33 +65,30 @@ LWavSink::~LWavSink() {
     if (fd_ >= 0) close(fd_);
 }
 
-// The form's size counts no pad byte unless other chunks stand behind it.
-void LWavSink::WriteHeader(uint32_t dataSize) {
+// Counts no pad byte unless other chunks stand behind it.
+uint32_t LWavSink::FormSize(int64_t firstChunkSize) const {
+    const int64_t behind = options_.foreign.BytesAt(ChunkPlace::kAfterData);
+    return static_cast<uint32_t>(dataStart_ - 8 + firstChunkSize +
+                                 (behind > 0 ? (dataBytes_ & 1) + behind : 0));
+}
+
+void LWavSink::WriteHeader() {
     const LForeignChunks& foreign = options_.foreign;
-    const int64_t first = foreign.BytesAt(ChunkPlace::kBeforeFormat);
-    const int64_t second = foreign.BytesAt(ChunkPlace::kBeforeData);
-    const int64_t last = foreign.BytesAt(ChunkPlace::kAfterData);
     const QByteArray format = options_.shortHeader ? record_.ToBytes().first(16) : record_.ToBytes();
-    const int64_t pad = last > 0 ? dataBytes_ & 1 : 0;
-    const auto formSize =
-        static_cast<uint32_t>(4 + first + 8 + format.size() + second + 8 + dataSize + pad + last);
-    char form[12] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E'};
-    StoreLe(form + 4, formSize);
     QByteArray formatChunk("fmt \0\0\0\0", 8);
     StoreLe(formatChunk.data() + 4, static_cast<uint32_t>(format.size()));
     formatChunk += format;
-    char data[8] = {'d', 'a', 't', 'a', 0, 0, 0, 0};
-    StoreLe(data + 4, dataSize);
-
-    const int64_t formatAt = 12 + first;
+    const int64_t formatAt = 12 + foreign.BytesAt(ChunkPlace::kBeforeFormat);
     const int64_t foreignAt = formatAt + formatChunk.size();
-    dataStart_ = foreignAt + second + 8;
+    dataStart_ = foreignAt + foreign.BytesAt(ChunkPlace::kBeforeData) + kChunkHeaderBytes;
+    char form[12] = {'R', 'I', 'F', 'F', 0, 0, 0, 0, 'W', 'A', 'V', 'E'};
+    StoreLe(form + 4, FormSize(0));
     const bool written = WriteExactlyAt(fd_, 0, form, sizeof form) &&
                          foreign.WriteAt(fd_, 12, ChunkPlace::kBeforeFormat) &&
                          WriteExactlyAt(fd_, formatAt, formatChunk.constData(), formatChunk.size()) &&
-                         foreign.WriteAt(fd_, foreignAt, ChunkPlace::kBeforeData) &&
-                         WriteExactlyAt(fd_, dataStart_ - 8, data, sizeof data);
+                         foreign.WriteAt(fd_, foreignAt, ChunkPlace::kBeforeData);
     if (!written) Fail();
+    WriteSizeOf(0, 0);
 }
 
 int64_t LWavSink::ChunkOf(int64_t dataByte) const {
@@ -184,8 +181,9 @@ void LWavSink::Finish() {
     const auto sizeOf = [&](int64_t chunk) {
         return std::min(dataBytes_, ChunkBegin(chunk + 1)) - ChunkBegin(chunk);
     };
-    WriteHeader(static_cast<uint32_t>(sizeOf(0)));
-    for (int64_t chunk = 1; chunk <= lastChunk; ++chunk) WriteSizeOf(chunk, sizeOf(chunk));
+    const uint32_t formSize = FormSize(sizeOf(0));
+    if (!WriteExactlyAt(fd_, 4, &formSize, sizeof formSize)) Fail();
+    for (int64_t chunk = 0; chunk <= lastChunk; ++chunk) WriteSizeOf(chunk, sizeOf(chunk));
     if (dataBytes_ & 1) {
         const uint8_t pad = 0;
         if (!WriteExactlyAt(fd_, end, &pad, 1)) Fail();

@@ -40,7 +40,8 @@ class LWavSink final : public LSoundSink {
 
   private:
     void Convert(const float* src, int64_t frames);
-    void WriteHeader(uint32_t dataSize);
+    void WriteHeader();
+    uint32_t FormSize(int64_t firstChunkSize) const;
     void WriteBytes(const uint8_t* from, int64_t bytes);
     void WriteSizeOf(int64_t chunk, int64_t size);
     int64_t ChunkOf(int64_t dataByte) const;  // number of the chunk that holds the byte

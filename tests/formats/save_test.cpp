@@ -13,6 +13,7 @@
 #include "dsp/sample_convert.h"
 #include "formats/load.h"
 #include "formats/registry.h"
+#include "formats/save_steps.h"
 #include "formats/wav_sink.h"
 #include "formats/wav_source.h"
 #include "formats_test.h"
@@ -262,8 +263,66 @@ TEST_F(Save, LeavesAFileAloneThatAnotherHolds) {
     for (int end : {ready[0], ready[1], done[0], done[1]}) close(end);
 }
 
+// Averages all channels into one and repeats it: enough of a converter to see that it is used.
+class MixingSource final : public LSoundSource {
+  public:
+    MixingSource(LSoundSourceRef child, LSoundFormat target)
+        : LSoundSource(target.sampleRate, target.channels), child_(std::move(child)) {}
+    float* Read(float* dest, int32_t frames) override {
+        std::vector<float> all(static_cast<size_t>(frames) * child_->channels);
+        child_->Read(all.data(), frames);
+        for (size_t frame = 0; frame < static_cast<size_t>(frames); ++frame) {
+            float sum = 0;
+            for (size_t c = 0; c < child_->channels; ++c) sum += all[frame * child_->channels + c];
+            for (int c = 0; c < channels; ++c) *dest++ = sum / child_->channels;
+        }
+        return dest;
+    }
+    int64_t GetPosition() override { return child_->GetPosition(); }
+    int64_t GetLength() override { return child_->GetLength(); }
+
+  private:
+    LSoundSourceRef child_;
+};
+
 TEST_F(Save, AsksBeforeItDownmixes) {
-    // No writer with a small limit is there yet, so the texts are tested on what they are made of.
+    const LSound surround = Make(Noise(600), {44100, 6});
+    LSaveOutcome outcome;
+    LSound sound = surround;
+    EXPECT_TRUE(DownmixFor(".wav", sound, outcome, progress, host));
+    EXPECT_TRUE(host.told.isEmpty()) << "nothing to mix";
+    host.answer = 1;
+    host.tick = true;
+    EXPECT_FALSE(DownmixFor(".mp3", sound, outcome, progress, host));
+    EXPECT_EQ(outcome.result, SaveResult::kCancelled);
+    EXPECT_EQ(Message(),
+              "Downmix to 2 channels (Stereo)?|Your audio has 6 channels (5.1 Surround), but Ondarix can "
+              "only save up to 2 channels (Stereo) in MP3 format. In order to save to this format, the "
+              "audio must be downmixed.|Downmix to Save/Cancel|Don't ask again for this format");
+    EXPECT_FALSE(SettingExists("Settings", "DontAskToDownmixMP3")) << "a refusal is not remembered";
+    host.answer = 0;
+    const auto converter = gMakeFormatConverter;
+    gMakeFormatConverter = nullptr;
+    EXPECT_FALSE(DownmixFor(".amr", sound, outcome, progress, host));
+    EXPECT_EQ(outcome.result, SaveResult::kFailed);
+    EXPECT_TRUE(Message().startsWith("Error saving file|"));
+    gMakeFormatConverter = [](LSoundSourceRef source, LSoundFormat target) {
+        return MakeSource<MixingSource>(std::move(source), target);
+    };
+    EXPECT_TRUE(DownmixFor(".mp3", sound, outcome, progress, host));
+    EXPECT_EQ(sound.Format(), (LSoundFormat{44100, 2}));
+    EXPECT_EQ(sound.Length(), 100);
+    host.told.clear();
+    sound = surround;
+    EXPECT_TRUE(DownmixFor(".mp3", sound, outcome, progress, host));
+    EXPECT_TRUE(host.told.isEmpty()) << "asked no more for this format";
+    sound = surround;
+    EXPECT_TRUE(DownmixFor(".aac", sound, outcome, progress, host));
+    EXPECT_EQ(host.told.size(), 1);
+    gMakeFormatConverter = converter;
+}
+
+TEST(SaveTexts, AreAsTheUserReadsThem) {
     EXPECT_EQ(ChannelCountText(1), "1 channel (Mono)");
     EXPECT_EQ(ChannelCountText(2), "2 channels (Stereo)");
     EXPECT_EQ(ChannelCountText(6), "6 channels (5.1 Surround)");
@@ -275,6 +334,7 @@ TEST_F(Save, AsksBeforeItDownmixes) {
     EXPECT_EQ(SourceBitRate({INT32_MAX, 255}), 320);
     EXPECT_EQ(RegionFileName("a", 7, 3), "a-region-007");
     EXPECT_EQ(RegionFileName("%1", 1234, 2), "%1-region-1234");
+    EXPECT_STREQ(SaveResultName(SaveResult::kEmptyFile), "EmptyFile");
 }
 
 // --- The file
