@@ -12,7 +12,21 @@ namespace {
 
 using namespace test;
 
-LSoundSourceRef OpenBytes(const Bytes& bytes) { return OpenWav(std::make_shared<LMemoryBytes>(bytes)); }
+// A file in memory that lives as long as its reader.
+class OwnedBytes final : public LByteSource {
+  public:
+    explicit OwnedBytes(Bytes bytes) : bytes_(std::move(bytes)), memory_(bytes_) {}
+    int64_t ReadAt(int64_t offset, void* dest, int64_t bytes) override {
+        return memory_.ReadAt(offset, dest, bytes);
+    }
+    int64_t Size() override { return memory_.Size(); }
+
+  private:
+    Bytes bytes_;
+    LMemoryBytes memory_;
+};
+
+LSoundSourceRef OpenBytes(Bytes bytes) { return OpenWav(std::make_shared<OwnedBytes>(std::move(bytes))); }
 
 Bytes Ramp16(int samples, int first = 0) {
     Bytes bytes;
