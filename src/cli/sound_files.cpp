@@ -4,7 +4,6 @@
 #include <QFileInfo>
 #include <algorithm>
 
-#include "cli/plain_rounding.h"
 #include "formats/registry.h"
 #include "formats/save.h"
 #include "formats/wav_source.h"
@@ -112,11 +111,6 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
         return context.console.Fail(QString("\"%1\" exists").arg(output.path));
     }
     const LCoding& coding = *output.coding;
-    if (output.noShaping && coding.tag == kTagPcm && coding.bits <= 16) {
-        const JobResult rounded = RoundToIntegers(loaded.sound, coding.bits, context.progress);
-        const ExitStatus ended = context.Ended(rounded, "there is no room for the working file");
-        if (ended != ExitStatus::kSuccess) return ended;
-    }
     const LSound& sound = loaded.sound;
     LSaveRequest request;
     request.sound = &sound;
@@ -124,6 +118,7 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
     request.record = LFormatRecord::Plain(coding.tag, coding.bits, static_cast<uint32_t>(sound.sampleRate),
                                           sound.channels);
     request.foreignChunks = loaded.foreignChunks;
+    request.shaping = !output.noShaping;
     const LSaveOutcome outcome = SaveSound(request, context.progress, context.host);
     const JobResult result = outcome.result == SaveResult::kSuccess     ? JobResult::kSuccess
                              : outcome.result == SaveResult::kCancelled ? JobResult::kCancelled

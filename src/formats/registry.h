@@ -31,6 +31,7 @@ struct LSinkRequest {
     LFormatRecord record;
     const LSoundSource* sourceForMatching = nullptr;
     const LForeignChunks* foreignChunks = nullptr;  // kept where the container can, may be null
+    bool shaping = true;                            // of integer samples of 8 and 16 bits
 };
 LSoundSinkRef OpenSoundSink(const LSinkRequest& request);
 

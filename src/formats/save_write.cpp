@@ -83,8 +83,8 @@ SaveResult WriteSound(const LSound& sound, const LSaveRequest& request, const QS
     LSoundSinkRef sink;
     if (target.IsOpen()) {
         const QString writeAs = extension == ".m4r" ? QStringLiteral(".m4a") : extension;
-        sink = OpenSoundSink(
-            {target.WritePath(), writeAs, sound.Format(), record, nullptr, &request.foreignChunks});
+        sink = OpenSoundSink({target.WritePath(), writeAs, sound.Format(), record, nullptr,
+                              &request.foreignChunks, request.shaping});
         if (!sink.IsUsable() && extension == ".wav" && StoredWavBits(record) == 0) {
             target.Abandon();
             host.Tell("Error saving file", "Ondarix cannot write WAV files with this coding.");

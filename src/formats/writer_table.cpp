@@ -21,6 +21,7 @@ LSoundSinkRef CreateWav(const LSinkRequest& request) {
     record.channels = request.format.channels;
     LWavSinkOptions options;
     if (request.foreignChunks) options.foreign = *request.foreignChunks;
+    options.shaper = request.shaping;
     return MakeSink<LWavSink>(request.filename, record, std::move(options));
 }
 
