@@ -24,7 +24,7 @@ struct LWaveColours {
     QColor rulerBackground, rulerText, rulerTick;
     QColor area;      // behind the windows of the sounds
     QColor titleBar;  // of the window of the active sound
-    QColor clip;  // samples beyond full scale
+    QColor clip;      // samples beyond full scale
 };
 
 // The setting "Theme" of section "Settings".

@@ -27,7 +27,7 @@ struct LSaveRequest {
     QString path;
     LFormatRecord record;  // for ".wav"; its rate and channels are replaced by the sound's
     LForeignChunks foreignChunks;
-    bool shaping = true;  // noise shaping of 8- and 16-bit samples; false: plain rounding
+    bool shaping = true;            // noise shaping of 8- and 16-bit samples; false: plain rounding
     bool documentReadOnly = false;  // asks before it goes on
 };
 
