@@ -211,7 +211,7 @@ QString StateText(const LProgramState& state) {
 
 QString PortablePath(const QString& argument, const QDir& folder, bool mustExist) {
     if (argument.startsWith(QLatin1String("file:"), Qt::CaseInsensitive)) {
-        const QString path = QUrl(argument).toLocalFile();
+        QString path = QUrl(argument).toLocalFile();
         if (!path.isEmpty()) return path;
     }
     if (argument.isEmpty() || !QDir::isRelativePath(argument)) return argument;

@@ -15,6 +15,7 @@
 #include "app/commands.h"
 #include "app/desktop_theme.h"
 #include "app/recent_files.h"
+#include "app/start_trace.h"
 #include "app/theme.h"
 #include "app/time_text.h"
 #include "app/window_messages.h"
@@ -51,6 +52,7 @@ class LSoundArea final : public QMdiArea {
 
     void paintEvent(QPaintEvent* event) override {
         QMdiArea::paintEvent(event);
+        TraceStart("window");
         if (!subWindowList().isEmpty()) return;
         QPainter painter(viewport());
         QFont large = font();

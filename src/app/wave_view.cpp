@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/start_trace.h"
 #include "app/theme.h"
 
 namespace ondarix {
@@ -105,6 +106,7 @@ void LWaveView::paintEvent(QPaintEvent* event) {
     const double x = std::floor(range_->XOf(cursor_, width()));
     if (x >= -1 && x <= width())
         painter.fillRect(QRectF(std::min(x, width() - 1.0), 0, 1, height()), colours.cursor);
+    TraceStart("waveform");
     if (hasFocus()) {
         QColor ring = colours.selectedWave;
         ring.setAlpha(110);
