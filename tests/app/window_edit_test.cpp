@@ -2,6 +2,7 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMessageBox>
@@ -105,25 +106,26 @@ TEST_F(WindowTest, SaveAsAsksForNameAndCodingAndWritesBoth) {
                                    "u-law"};
     for (int row = 0; row < encodings.size(); ++row) {
         const QString path = folder.filePath(QStringLiteral("coded%1").arg(row));
-        int quietTicks = 0;
+        int ticks = 0;
         QTimer answers;  // fills in whichever dialog is in front
         QObject::connect(&answers, &QTimer::timeout, &answers, [&] {
             QWidget* dialog = QApplication::activeModalWidget();
+            if (++ticks > 500 && dialog) return dialog->close(), void(ADD_FAILURE() << "no end");
             if (auto* box = qobject_cast<QMessageBox*>(dialog)) {
                 ADD_FAILURE() << box->text().toStdString();
                 box->reject();
             } else if (auto* files = qobject_cast<QFileDialog*>(dialog)) {
                 EXPECT_EQ(files->nameFilters().value(0), QStringLiteral("Wave (*.wav)"));
-                // The dialog reads its folder meanwhile, and then puts the proposed name back once.
-                if (!files->selectedFiles().value(0).startsWith(path)) {
-                    files->selectFile(path);
-                    quietTicks = 0;
-                } else if (++quietTicks == 5) {
-                    // Queued: a timer does not fire again inside of its own handler.
-                    QMetaObject::invokeMethod(
-                        files->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save), "click",
-                        Qt::QueuedConnection);
-                }
+                // As a user does it: what is typed counts once the name has the focus.
+                auto* name = files->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+                files->activateWindow();
+                name->setFocus();
+                name->setText(path);
+                if (!files->selectedFiles().value(0).startsWith(path)) return;
+                // Queued: a timer does not fire again inside of its own handler.
+                QMetaObject::invokeMethod(
+                    files->findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save), "click",
+                    Qt::QueuedConnection);
             } else if (dialog && dialog->objectName() == QStringLiteral("wavFormatDialog")) {
                 dialog->findChild<QComboBox*>()->setCurrentIndex(row);
                 static_cast<QDialog*>(dialog)->accept();
