@@ -14,6 +14,6 @@ done
 "$stage/usr/bin/ondarix-cli" --version >/dev/null
 (cd "$build" && rm -f ./*.deb && cpack -G DEB >/dev/null)
 deb=$(ls "$build"/*.deb)
-dpkg-deb --contents "$deb" | grep -q 'usr/bin/ondarix$'
-dpkg-deb --field "$deb" Depends | grep -q libqt6widgets6
+dpkg-deb --contents "$deb" | grep 'usr/bin/ondarix$' >/dev/null
+dpkg-deb --field "$deb" Depends | grep libqt6widgets6 >/dev/null
 echo "package: $(basename "$deb"), $(du -k "$deb" | cut -f1) KiB"
