@@ -120,6 +120,8 @@ TEST_F(WindowTest, SaveAsAsksForNameAndCodingAndWritesBoth) {
                 auto* name = files->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
                 files->activateWindow();
                 name->setFocus();
+                if (!name->hasFocus()) return;
+                name->clear();
                 name->setText(path);
                 if (!files->selectedFiles().value(0).startsWith(path)) return;
                 // Queued: a timer does not fire again inside of its own handler.
