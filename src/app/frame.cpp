@@ -347,6 +347,9 @@ void LMainFrame::changeEvent(QEvent* event) {
                 if (row) action->setIcon(ThemedIcon(QString::fromUtf8(row->icon)));
             }
     }
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        QMetaObject::invokeMethod(
+            this, [this] { CheckFilesOnDisk(); }, Qt::QueuedConnection);
     QMainWindow::changeEvent(event);
 }
 

@@ -96,6 +96,11 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     void CloseAllCommand();
     void OpenRecent(int index);
     LSoundWindow* AddSound(LSoundDocumentRef document);
+    bool LoadInto(LSoundDocument& document, const QString& path, int openDocuments);
+    // Files that other programs change or remove while they are open.
+    void CheckFilesOnDisk();
+    void AskAboutChangedFile(LSoundWindow& window);
+    bool MayOverwrite(const LSoundDocument& document, const QString& path);
     bool Save(LSoundWindow& window);
     bool AskAndSaveAs(LSoundWindow& window);
     bool MayClose(LSoundWindow& window);
@@ -131,6 +136,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     QStringList listeners_;
     int untitled_ = 0;      // number of the last new sound
     bool closing_ = false;  // nothing is asked any more
+    bool checkingDisk_ = false;
 };
 
 }  // namespace ondarix

@@ -52,20 +52,26 @@ bool LMainFrame::MayOpenMore() const {
     return const_cast<LMainFrame*>(this)->Sounds().size() < kMaxOpenDocuments;
 }
 
+bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int openDocuments) {
+    const LSourceFacts facts = LSourceFacts::Of(path);  // before: what changes meanwhile is seen later
+    LLoadedSound loaded;
+    const JobResult result = RunJob(this, QStringLiteral("Opening Audio File"), [&](LProgress& progress) {
+        return LoadSound(path, openDocuments, loaded, progress, *messages_);
+    });
+    if (result != JobResult::kSuccess || loaded.takenOver) return false;
+    document.sound = std::move(loaded.sound);
+    document.path = path;
+    document.file = facts;
+    document.title = QFileInfo(path).fileName();
+    document.readOnly = loaded.readOnly;
+    document.attachment = std::make_shared<LForeignChunks>(std::move(loaded.foreignChunks));
+    return true;
+}
+
 bool LMainFrame::OpenSound(const QString& path) {
     const QString full = QFileInfo(path).absoluteFilePath();
-    LLoadedSound loaded;
-    const int open = static_cast<int>(Sounds().size());
-    const JobResult result = RunJob(this, QStringLiteral("Opening Audio File"), [&](LProgress& progress) {
-        return LoadSound(full, open, loaded, progress, *messages_);
-    });
-    if (result != JobResult::kSuccess || loaded.sound.channels == 0) return false;
     LSoundDocumentRef document(new LSoundDocument);
-    document->sound = std::move(loaded.sound);
-    document->path = full;
-    document->title = QFileInfo(full).fileName();
-    document->readOnly = loaded.readOnly;
-    document->attachment = std::make_shared<LForeignChunks>(std::move(loaded.foreignChunks));
+    if (!LoadInto(*document.Get(), full, static_cast<int>(Sounds().size()))) return false;
     AddSound(document)->fileRecord = RecordOfFile(full);
     RememberRecentFile(full);
     return true;
@@ -161,6 +167,7 @@ bool LMainFrame::AskAndSaveAs(LSoundWindow& window) {
 
 bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormatRecord& record) {
     LSoundDocument& document = window.Document();
+    if (!MayOverwrite(document, path)) return false;
     LSaveRequest request;
     request.sound = &document.sound;
     request.path = path;
@@ -178,6 +185,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
     if (outcome.readOnlyDropped) document.readOnly = false;
     if (outcome.result != SaveResult::kSuccess) return outcome.offerSaveAs && AskAndSaveAs(window);
     document.path = QFileInfo(path).absoluteFilePath();
+    document.file = LSourceFacts::Of(document.path);
     document.title = QFileInfo(path).fileName();
     document.modified = false;
     window.fileRecord = RecordOfFile(path);

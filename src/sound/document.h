@@ -23,8 +23,9 @@ class LSoundDocument {
   public:
     LSound sound;
     LSelection selection;
-    QString path;   // empty: never saved
-    QString title;  // file name, or "Untitled_1"
+    QString path;       // empty: never saved
+    LSourceFacts file;  // of the file at `path` when it was last read or written
+    QString title;      // file name, or "Untitled_1"
     bool modified = false;
     bool readOnly = false;
     bool loadFailed = false;
