@@ -3,6 +3,7 @@
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListView>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMessageBox>
@@ -116,12 +117,9 @@ TEST_F(WindowTest, SaveAsAsksForNameAndCodingAndWritesBoth) {
                 box->reject();
             } else if (auto* files = qobject_cast<QFileDialog*>(dialog)) {
                 EXPECT_EQ(files->nameFilters().value(0), QStringLiteral("Wave (*.wav)"));
-                // As a user does it: what is typed counts once the name has the focus.
+                // What is typed counts where no file of the list is selected.
                 auto* name = files->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-                files->activateWindow();
-                name->setFocus();
-                if (!name->hasFocus()) return;
-                name->clear();
+                files->findChild<QListView*>(QStringLiteral("listView"))->selectionModel()->clearSelection();
                 name->setText(path);
                 if (!files->selectedFiles().value(0).startsWith(path)) return;
                 // Queued: a timer does not fire again inside of its own handler.
