@@ -108,6 +108,8 @@ LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
         (area_->currentSubWindow() && area_->currentSubWindow()->isMaximized());
     QMdiSubWindow* child = area_->addSubWindow(window);
     child->setWindowIcon(windowIcon());
+    // Qt's own entry for closing has the same shortcut as the command, and two of them cancel each other.
+    for (QAction* action : child->systemMenu()->actions()) action->setShortcuts(QList<QKeySequence>());
     if (maximize) {
         child->showMaximized();
     } else {

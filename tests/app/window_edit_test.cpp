@@ -212,6 +212,31 @@ TEST_F(WindowTest, CommandsAreThereOnlyWhereTheyCanRun) {
     EXPECT_EQ(frame->ActiveSound()->Document().sound.Length(), 3 * 44100);
 }
 
+TEST_F(WindowTest, EveryShortcutReachesItsCommandAndNoOther) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    frame->activateWindow();
+    window->View().setFocus();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+    QHash<int, int> triggered;
+    QHash<int, QAction*> actions;
+    for (QAction* action : frame->findChildren<QAction*>()) {
+        if (!action->property("command").isValid()) continue;
+        const int id = action->property("command").toInt();
+        actions[id] = action;
+        action->disconnect();
+        action->setEnabled(true);
+        QObject::connect(action, &QAction::triggered, action, [&triggered, id] { ++triggered[id]; });
+    }
+    for (const LCommandRow& row : CommandTable()) {
+        ASSERT_TRUE(actions.contains(row.id)) << row.text;
+        for (const QKeySequence& keys : actions[row.id]->shortcuts()) {
+            triggered.clear();
+            QTest::keySequence(&window->View(), keys);
+            EXPECT_EQ(triggered, (QHash<int, int>{{row.id, 1}})) << row.text << keys.toString().toStdString();
+        }
+    }
+}
+
 TEST_F(WindowTest, NoMoreThanFortyFiveSounds) {
     const QString path = MakeWav("tone.wav", "16", "0.1");
     for (int i = 0; i < 45; ++i) {
