@@ -144,6 +144,13 @@ JobResult LoadSound(const QString& path, int openDocuments, LLoadedSound& loaded
     result = TakeSound(facts, loaded, progress, host);
     if (result != JobResult::kSuccess) return result;
     if (extension == ".wav") loaded.foreignChunks = ReadForeignChunks(path);
+    if (loaded.foreignChunks.lost) {
+        host.Tell(kLowDiskTitle,
+                  QStringLiteral("The file \"%1\" holds data of other programs beside its sound that "
+                                 "could not be kept, because there is not enough free disk space in "
+                                 "the temporary folder. Saving will leave it out.")
+                      .arg(path));
+    }
     loaded.readOnly = IsReadOnlyFile(path);
     if (loaded.sound.Length() == kSuspiciousFrames) {
         host.Tell("File Size Limit Exceeded",

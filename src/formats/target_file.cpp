@@ -117,7 +117,9 @@ void LTargetFile::OpenBeside(bool exists) {
 
 void LTargetFile::OpenInPlace() {
     const QByteArray name = QFile::encodeName(target_);
-    QByteArray folder = QFile::encodeName(TempFolder() + QStringLiteral("/backup-XXXXXX"));
+    const QString scratch = TempFolder();
+    if (scratch.isEmpty()) return;
+    QByteArray folder = QFile::encodeName(scratch + QStringLiteral("/backup-XXXXXX"));
     const int target = open(name.constData(), O_RDWR | O_CLOEXEC);
     if (target < 0) return;
     if (!mkdtemp(folder.data())) {

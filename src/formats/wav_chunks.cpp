@@ -23,7 +23,9 @@ struct Spool {
     int64_t size = 0;
 
     bool Open() {
-        QByteArray name = QFile::encodeName(TempFolder() + QStringLiteral("/chunks-XXXXXX"));
+        const QString folder = TempFolder();
+        if (folder.isEmpty()) return false;
+        QByteArray name = QFile::encodeName(folder + QStringLiteral("/chunks-XXXXXX"));
         fd = mkostemp(name.data(), O_CLOEXEC);
         if (fd < 0) return false;
         reader = std::make_shared<LFileBytes>(QFile::decodeName(name));
@@ -76,9 +78,12 @@ void TakeChunks(LByteSource& file, int64_t offset, int64_t limit, ChunkPlace pla
         offset = payload + chunk.size;
         if ((chunk.size & 1) != 0) file.ReadAt(offset++, &chunk.pad, 1);
         if (IsAboutSamples(chunk.id)) continue;
-        if (spool.fd < 0 && !spool.Open()) return;
+        const bool open = spool.fd >= 0 || spool.Open();
         chunk.spoolOffset = spool.size;
-        if (!spool.Append(file, payload, chunk.size)) return;
+        if (!open || !spool.Append(file, payload, chunk.size)) {
+            found.lost = true;
+            return;
+        }
         found.chunks.push_back(chunk);
     }
 }

@@ -25,6 +25,7 @@ struct LForeignChunk {
 struct LForeignChunks {
     std::vector<LForeignChunk> chunks;
     std::shared_ptr<LFileBytes> spool;
+    bool lost = false;  // some could not be kept: no scratch file, or no room in it
     bool IsEmpty() const { return chunks.empty(); }
     // Bytes that the chunks of one place take in a file, headers and pads included.
     int64_t BytesAt(ChunkPlace place) const;

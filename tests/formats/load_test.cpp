@@ -76,6 +76,13 @@ TEST_F(Load, ReadsTheChunksThatItKeepsWithAndWithoutDecoding) {
     EXPECT_TRUE(again.fromCache);
     EXPECT_EQ(again.foreignChunks.chunks.size(), 2u);
     EXPECT_FALSE(again.readOnly);
+
+    ASSERT_TRUE(QDir(home() + "/tmp").removeRecursively());
+    WriteWhole(home() + "/tmp", Bytes(1));  // no folder for scratch files
+    EXPECT_TRUE(Open("c.wav").foreignChunks.lost);
+    EXPECT_TRUE(Message().contains("Saving will leave it out"));
+    QFile::remove(home() + "/tmp");
+    EXPECT_FALSE(Open("c.wav").foreignChunks.lost);
     ASSERT_EQ(chmod(qPrintable(Path("c.wav")), 0444), 0);
     EXPECT_TRUE(Open("c.wav").readOnly);
 }
