@@ -8,12 +8,15 @@
 #include "formats/save_steps.h"
 #include "gen/settings.h"
 #include "gen/text.h"
+#include "sound/readers.h"
 
 namespace ondarix {
 
 LSaveOutcome (*gSaveProject)(const LSaveRequest&, LProgress&, LMessageHost&) = nullptr;
 
 namespace {
+
+constexpr const char* kSaveErrorTitle = "Error saving file";
 
 // A check answers true when the save may go on; otherwise it has told why and set the result.
 bool Stop(LSaveOutcome& outcome, SaveResult result, bool offerSaveAs = false) {
@@ -28,14 +31,27 @@ bool CheckContent(const LSaveRequest& request, LSaveOutcome& outcome, LMessageHo
     return Stop(outcome, SaveResult::kEmptyFile);
 }
 
+// Working files may have been removed behind the program's back. Their silence must not take the place of
+// the user's file unasked.
+bool CheckSamples(const LSaveRequest& request, LSaveOutcome& outcome, LMessageHost& host) {
+    if (IsOnDisk(*request.sound)) return true;
+    const QString text =
+        QStringLiteral(
+            "Samples of this sound are missing from the working folder \"%1\". They would be "
+            "saved as silence.")
+            .arg(CacheFolder());
+    if (host.Ask(kSaveErrorTitle, text, {"Save Anyway", "Cancel"}, 1) == 0) return true;
+    return Stop(outcome, SaveResult::kCancelled);
+}
+
 bool CheckSpace(const LSaveRequest& request, LSaveOutcome& outcome, LMessageHost& host) {
-    if (HasDiskSpaceFor(*request.sound, QFileInfo(request.path).absolutePath())) return true;
-    host.Tell(
-        kLowDiskTitle,
-        QStringLiteral("Cannot save the file \"%1\" because there is not enough free disk space. Please "
-                       "try saving the file to a different location or making more space by removing "
-                       "unwanted files then try again.")
-            .arg(request.path));
+    const QString text =
+        QStringLiteral(
+            "Cannot save the file \"%1\" because there is not enough free disk space. Please "
+            "try saving the file to a different location or making more space by removing "
+            "unwanted files then try again.")
+            .arg(request.path);
+    if (CheckDiskSpace(*request.sound, QFileInfo(request.path).absolutePath(), text, host)) return true;
     return Stop(outcome, SaveResult::kFailed, true);
 }
 
@@ -52,7 +68,7 @@ bool CheckTarget(const LSaveRequest& request, LSaveOutcome& outcome, LMessageHos
     const QFileInfo target(ResolveLinks(request.path));
     if (!target.exists()) return true;
     if (!target.isFile()) {
-        host.Tell("Error saving file",
+        host.Tell(kSaveErrorTitle,
                   QStringLiteral("\"%1\" is no file and cannot be replaced by one.").arg(request.path));
         return Stop(outcome, SaveResult::kFailed);
     }
@@ -79,11 +95,11 @@ bool CheckType(const QString& extension, LSaveOutcome& outcome, LMessageHost& ho
             "Saving in real audio file format is not supported. Do you want to save in another format (wav, "
             "mp3, "
             "gsm, vox) instead?";
-        const bool change = host.Ask("Error saving file", text, {"Change Format", "Cancel"}, 1) == 0;
+        const bool change = host.Ask(kSaveErrorTitle, text, {"Change Format", "Cancel"}, 1) == 0;
         return Stop(outcome, SaveResult::kCancelled, change);
     }
     if (FormatCanBeWritten(extension) || (extension == ".odxp" && gSaveProject)) return true;
-    host.Tell("Error saving file",
+    host.Tell(kSaveErrorTitle,
               extension.isEmpty()
                   ? QStringLiteral("The name of the file has no extension that tells its format.")
                   : QStringLiteral("Ondarix cannot write files of the type \"%1\".").arg(extension));
@@ -114,7 +130,7 @@ bool DownmixFor(const QString& extension, LSound& sound, LSaveOutcome& outcome, 
         sound.ConvertFormat(sound, sound.sampleRate, static_cast<uint8_t>(most), progress);
     if (mixed == JobResult::kSuccess) return true;
     if (mixed == JobResult::kCancelled) return Stop(outcome, SaveResult::kCancelled);
-    host.Tell("Error saving file",
+    host.Tell(kSaveErrorTitle,
               QStringLiteral("The audio could not be downmixed to %1.").arg(ChannelCountText(most)));
     return Stop(outcome, SaveResult::kFailed);
 }
@@ -142,7 +158,7 @@ LSaveOutcome SaveSound(const LSaveRequest& request, LProgress& progress, LMessag
     const QString extension = LowerExtension(request.path);
     const bool goesOn = CheckContent(request, outcome, host) && CheckSpace(request, outcome, host) &&
                         CheckDocument(request, outcome, host) && CheckTarget(request, outcome, host) &&
-                        CheckType(extension, outcome, host);
+                        CheckType(extension, outcome, host) && CheckSamples(request, outcome, host);
     if (!goesOn) return outcome;
     if (extension == ".odxp") {
         LSaveOutcome saved = gSaveProject(request, progress, host);

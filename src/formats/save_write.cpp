@@ -32,14 +32,17 @@ bool IsOneWholeWorkingFile(const LSound& sound) {
     const LSoundSegment* segment = sound.segments.get();
     if (!segment || segment->next || segment->IsSilent()) return false;
     if (segment->offset != 0 || segment->gain != 1.0f) return false;
+    // A document may have been given another rate or channel count over the same samples.
+    if (CacheFormat(segment->cacheRef.cacheId) != sound.Format()) return false;
     const qint64 bytes = QFileInfo(CacheFileName(segment->cacheRef.cacheId, ".aud")).size();
     return bytes == segment->length * sound.Format().FrameBytes();
 }
 
-// The decode of the saved file is there already: opening it again reads nothing.
-void RegisterSaved(const LSound& sound, const QString& path, const LFormatRecord& record) {
+// The decode of the saved file is there already: opening it again reads nothing. `facts` are those of the
+// file before it took its name: what another program puts there right afterwards is not taken for it.
+void RegisterSaved(const LSound& sound, const LSourceFacts& facts, const LFormatRecord& record) {
     if (IsOneWholeWorkingFile(sound) && IsWrittenExactly(sound, record))
-        RegisterSource(sound.segments->cacheRef.cacheId, LSourceFacts::Of(path));
+        RegisterSource(sound.segments->cacheRef.cacheId, facts);
 }
 
 void TellFailure(const LSaveRequest& request, const LTargetFile& target, bool restored, LMessageHost& host) {
@@ -102,8 +105,10 @@ SaveResult WriteSound(const LSound& sound, const LSaveRequest& request, const QS
     sink->Finish();
     const bool written = pumped == JobResult::kSuccess && !sink->HasFailed();
     sink.Reset();
+    LSourceFacts facts = LSourceFacts::Of(target.WritePath());
+    facts.path = LSourceFacts::Of(request.path).path;
     if (written && target.Commit()) {
-        if (extension == ".wav" && !limited) RegisterSaved(sound, request.path, record);
+        if (extension == ".wav" && !limited) RegisterSaved(sound, facts, record);
         return SaveResult::kSuccess;
     }
     const bool restored = target.Abandon();

@@ -12,7 +12,6 @@ LSoundSourceRef (*gOpenWavCodec)(std::shared_ptr<LByteSource> file, const LWavHe
 namespace {
 
 constexpr int64_t kWavReadBytes = 128 << 10;
-constexpr uint16_t kMpegTag = 85;
 
 struct WavCoding {
     LWavSource::Converter convert = nullptr;
@@ -106,7 +105,7 @@ int64_t LWavSource::ReadBytes(int64_t streamOffset, void* dest, int64_t bytes) {
 float* LWavSource::Read(float* dest, int32_t frames) {
     int64_t wanted = frames;
     if (position_ < 0 && wanted > 0) {
-        const int64_t before = std::min(wanted, -position_);
+        const int64_t before = position_ < -wanted ? wanted : -position_;
         dest = Silence(dest, before);
         position_ += before;
         wanted -= before;

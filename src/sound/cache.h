@@ -22,6 +22,7 @@
 namespace ondarix {
 
 class LLsdfWriter;
+class LMessageHost;
 class LSound;
 class LSoundCacheRef;
 struct LSoundSegment;
@@ -76,6 +77,9 @@ bool SetCacheFolder(const QString& folder);
 void CloseCache();
 QString CacheFolder();  // without a slash at the end; empty when unset
 bool OwnsCache();
+// Another value after each change of the folder: numbers of different epochs have nothing to do with each
+// other.
+uint32_t CacheEpoch();
 
 // --- Numbers
 
@@ -113,6 +117,8 @@ bool TouchInfo(uint16_t id);
 // Adds children to the root of the number's info file; `put` writes them. A chunk that is there again counts
 // instead of the one before. Serialised: analyses and the writers of this file may come from any thread.
 bool AppendCacheInfo(uint16_t id, const std::function<void(LLsdfWriter&)>& put);
+// What a number was decoded to; an invalid format when its info file cannot be read.
+LSoundFormat CacheFormat(uint16_t id);
 // Width of the integer samples that a number was decoded from (8, 16, 24, 32), 0 for everything else. Kept in
 // the facts (chunk 88), so that an untouched integer sound is known to be exact.
 uint32_t CacheSourceBits(uint16_t id);
@@ -139,6 +145,8 @@ inline constexpr const char* kLowDiskActionText =
     "more space by removing unwanted files then try again.";
 // True when `sound` needs less than what is free on `folder`. An empty sound and a folder that is none pass.
 bool HasDiskSpaceFor(const LSound& sound, const QString& folder);
+// The same, and tells `message` (such as kLowDiskActionText) when there is too little.
+bool CheckDiskSpace(const LSound& sound, const QString& folder, const QString& message, LMessageHost& host);
 
 // --- Observers of analyses that have ended
 

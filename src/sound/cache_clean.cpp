@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "gen/clock.h"
+#include "gen/messages.h"
 #include "gen/settings.h"
 #include "sound/cache_state.h"
 #include "sound/sound.h"
@@ -120,6 +121,12 @@ bool HasDiskSpaceFor(const LSound& sound, const QString& folder) {
     int64_t bytes = 0;
     if (__builtin_mul_overflow(sound.Length(), sound.Format().FrameBytes(), &bytes)) return false;
     return FreeBytes(folder) > bytes;
+}
+
+bool CheckDiskSpace(const LSound& sound, const QString& folder, const QString& message, LMessageHost& host) {
+    if (HasDiskSpaceFor(sound, folder)) return true;
+    host.Tell(kLowDiskTitle, message);
+    return false;
 }
 
 void AddCacheObserver(LCacheObserver* observer) {

@@ -63,6 +63,7 @@ void EnterFolder(const QString& folder, int fd, bool isPrivate) {
         table.owned = fd >= 0;
         table.isPrivate = isPrivate;
         ForgetAllNumbers(table);
+        ++table.epoch;
     }
     if (!oldPrivate.isEmpty()) QDir(oldPrivate).removeRecursively();
     if (oldFd >= 0) ::close(oldFd);
@@ -173,6 +174,8 @@ QString CacheFolder() {
     const std::lock_guard guard(table.lock);
     return table.folder;
 }
+
+uint32_t CacheEpoch() { return CacheTable().epoch.load(std::memory_order_relaxed); }
 
 bool OwnsCache() {
     LCacheTable& table = CacheTable();

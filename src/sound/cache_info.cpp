@@ -150,6 +150,7 @@ LSourceFacts LSourceFacts::Of(const QString& path, uint32_t kind) {
     return facts;
 }
 
+// Paths compare exactly, as the file system does.
 bool SameSourceFile(const LSourceFacts& a, const LSourceFacts& b) {
     const bool sameFraction = a.timeNs < 0 || b.timeNs < 0 || a.timeNs == b.timeNs;
     return a.path == b.path && a.time == b.time && a.size == b.size && sameFraction;
@@ -203,6 +204,11 @@ bool TouchInfo(uint16_t id) {
     const QString name = CacheFileName(id, ".audinfo");
     const std::lock_guard guard(InfoLock());
     return StampLastUse(name);
+}
+
+LSoundFormat CacheFormat(uint16_t id) {
+    const LCacheInfo info = ReadCacheInfo(id);
+    return info.readable ? info.format : LSoundFormat{0, 0};
 }
 
 uint32_t CacheSourceBits(uint16_t id) {

@@ -24,6 +24,7 @@ struct LCacheTable {
     bool isPrivate = false;
     bool scanned = false;
     int lockFd = -1;
+    std::atomic<uint32_t> epoch{0};
     int freeFrom = 0;                       // no number below it is free
     std::map<uint16_t, QString> overrides;  // base paths of numbers outside the folder
     std::array<std::atomic<uint16_t>, kCacheNumbers> refs{};

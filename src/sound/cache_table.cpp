@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <QFile>
+#include <QStringList>
 #include <algorithm>
 
 #include "sound/cache_state.h"
@@ -27,11 +28,15 @@ QString FileNameIn(const LCacheTable& table, uint16_t id, const char* extension)
     return table.folder + '/' + QString::number(id) + extension;
 }
 
-void RemoveFiles(uint16_t id) {
-    for (const char* extension : kCacheExtensions) {
-        const QString name = CacheFileName(id, extension);
-        if (!name.isEmpty()) ::unlink(QFile::encodeName(name).constData());
-    }
+// Under the lock, so that a removal stays in its folder when the cache moves to another one meanwhile.
+QStringList FileNamesOf(const LCacheTable& table, uint16_t id) {
+    QStringList names;
+    for (const char* extension : kCacheExtensions) names.append(FileNameIn(table, id, extension));
+    return names;
+}
+
+void RemoveFiles(const QStringList& names) {
+    for (const QString& name : names) ::unlink(QFile::encodeName(name).constData());
 }
 
 // The lowest free number, which then has one reference. Under the lock.
@@ -115,14 +120,16 @@ uint16_t AllocateCacheId() {
         if (attempt == 1) DeleteIncompleteSets();
         if (attempt == 2) DeleteUnreferencedSets();
         uint16_t id = kNoCacheId;
+        QStringList names;
         {
             const std::lock_guard guard(table.lock);
             if (!table.owned) return kNoCacheId;
             ScanFolder(table);
             id = TakeFreeNumber(table);
+            names = FileNamesOf(table, id);
         }
         if (id == kNoCacheId) continue;
-        RemoveFiles(id);  // facts of an earlier user without samples must not be taken for this one's
+        RemoveFiles(names);  // facts of an earlier user without samples must not be taken for this one's
         return id;
     }
     return kNoCacheId;
@@ -162,17 +169,21 @@ bool CacheIdExists(uint16_t id) {
 
 bool DeleteCacheSet(uint16_t id) {
     LCacheTable& table = CacheTable();
+    QStringList names;
+    uint32_t epoch = 0;
     {
         const std::lock_guard guard(table.lock);
         if (!table.owned || id >= kNoCacheId || table.deleting[id]) return false;
         if (table.isProtected[id] || table.overrides.count(id) != 0 || table.refs[id].load() != 0)
             return false;
         table.deleting[id] = 1;
+        names = FileNamesOf(table, id);
+        epoch = table.epoch;
     }
-    RemoveFiles(id);
+    RemoveFiles(names);
     const std::lock_guard guard(table.lock);
     table.deleting[id] = 0;
-    table.ForgetNumber(id);
+    if (epoch == table.epoch) table.ForgetNumber(id);
     return true;
 }
 

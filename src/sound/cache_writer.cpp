@@ -32,6 +32,10 @@ LCacheFileWriter::LCacheFileWriter(LSoundFormat format, LSoundCacheRef ref, LSou
 
 LCacheFileWriter::~LCacheFileWriter() { Finish(); }
 
+LSoundSinkRef CreateCacheWriter(int32_t rate, uint8_t channels, LSound* owner) {
+    return MakeSink<LCacheFileWriter>(LSoundFormat{rate, channels}, owner);
+}
+
 void LCacheFileWriter::OpenFiles() {
     if (channels == 0 || ref_.cacheId >= kNoCacheId) {
         flags |= kFailed;

@@ -57,6 +57,9 @@ class LCacheFileWriter final : public LSoundSink {
     bool finished_ = false;
 };
 
+// A writer over a new number as a handle; `owner` as above.
+LSoundSinkRef CreateCacheWriter(int32_t rate, uint8_t channels, LSound* owner);
+
 // Pumps `source` from where it stands to its end into `sink`: blocks of kPumpFrames, fraction at most every
 // 50 ms, cancel asked each block. Follows a growing source until it ends or is cancelled when `follow`. A
 // sink that has failed ends it with kFailed.

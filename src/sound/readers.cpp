@@ -171,7 +171,7 @@ float* LSoundReader::Read(float* dest, int32_t frames) {
             piece = position_ < -left ? left : -position_;
         } else if (FindSegment()) {
             piece = std::min(left, current_->length - (position_ - base_));
-            silent = current_->IsSilent();
+            silent = current_->IsSilent() || !current_->cacheRef.IsOfThisFolder();
         }
         if (silent) {
             dest = Silence(dest, piece);

@@ -96,6 +96,9 @@ class LSoundReader final : public LSoundSource {
 // 0.99997 and 1.0 the answer is exact. kUnknownPeak where a graph is missing.
 float SoundPeak(const LSound& sound);
 
+// False when a working file of the sound has gone from disk, so that reading gives silence in its place.
+bool IsOnDisk(const LSound& sound);
+
 // True when every sample is known to come from integer samples of `bits` bits, not scaled since, or to be
 // silence. Such a sound is written at that width without any change (at 32 bits as far as a float holds
 // them). Another width does not do: the scales 1/127, 1/32767 and 1/8388607 have no common grid.

@@ -25,8 +25,9 @@ LSoundCacheRef::LSoundCacheRef(const LSoundCacheRef& other)
       mp3LeadIn(other.mp3LeadIn),
       mp3LeadOut(other.mp3LeadOut),
       mp3Length(other.mp3Length),
-      cacheId(other.cacheId) {
-    AddCacheRef(cacheId);
+      cacheId(other.cacheId),
+      epoch_(other.epoch_) {
+    if (IsOfThisFolder()) AddCacheRef(cacheId);
 }
 
 LSoundCacheRef::LSoundCacheRef(LSoundCacheRef&& other) noexcept
@@ -34,7 +35,8 @@ LSoundCacheRef::LSoundCacheRef(LSoundCacheRef&& other) noexcept
       mp3LeadIn(other.mp3LeadIn),
       mp3LeadOut(other.mp3LeadOut),
       mp3Length(other.mp3Length),
-      cacheId(std::exchange(other.cacheId, kSilenceId)) {}
+      cacheId(std::exchange(other.cacheId, kSilenceId)),
+      epoch_(other.epoch_) {}
 
 LSoundCacheRef& LSoundCacheRef::operator=(const LSoundCacheRef& other) {
     if (this != &other) *this = LSoundCacheRef(other);
@@ -43,16 +45,19 @@ LSoundCacheRef& LSoundCacheRef::operator=(const LSoundCacheRef& other) {
 
 LSoundCacheRef& LSoundCacheRef::operator=(LSoundCacheRef&& other) noexcept {
     if (this == &other) return *this;
-    const uint16_t old = std::exchange(cacheId, std::exchange(other.cacheId, kSilenceId));
+    LSoundCacheRef old;
+    old.cacheId = std::exchange(cacheId, std::exchange(other.cacheId, kSilenceId));
+    old.epoch_ = std::exchange(epoch_, other.epoch_);
     mp3FrameSize = other.mp3FrameSize;
     mp3LeadIn = other.mp3LeadIn;
     mp3LeadOut = other.mp3LeadOut;
     mp3Length = other.mp3Length;
-    ReleaseCacheRef(old);
     return *this;
 }
 
-LSoundCacheRef::~LSoundCacheRef() { ReleaseCacheRef(cacheId); }
+LSoundCacheRef::~LSoundCacheRef() {
+    if (cacheId < kNoCacheId && IsOfThisFolder()) ReleaseCacheRef(cacheId);
+}
 
 // --- LSoundSegment
 

@@ -15,7 +15,8 @@
 
 namespace ondarix {
 
-// Counted reference to one working file; the count itself is in the cache's table.
+// Counted reference to one working file; the count itself is in the cache's table. A reference that outlives
+// its cache folder refers to nothing any more: it is not counted, and reads as silence.
 class LSoundCacheRef {
   public:
     LSoundCacheRef() = default;                // silence
@@ -28,6 +29,7 @@ class LSoundCacheRef {
     ~LSoundCacheRef();
 
     bool IsSilence() const { return cacheId == kSilenceId; }
+    bool IsOfThisFolder() const { return epoch_ == CacheEpoch(); }
 
     // Lossless MP3 editing; frame size 0 means not read yet.
     uint32_t mp3FrameSize = 0;  // 1152 or 576
@@ -35,6 +37,9 @@ class LSoundCacheRef {
     uint32_t mp3LeadOut = 0;    // frames of padding at the end
     int64_t mp3Length = 0;      // real frames
     uint16_t cacheId = kSilenceId;
+
+  private:
+    uint32_t epoch_ = CacheEpoch();  // of the folder that cacheId is a number in
 };
 
 // What a file of a later version held and this one does not understand: kept so that saving loses nothing.
@@ -147,10 +152,11 @@ class LSound : public LLosslessModeObserver {
 
   private:
     using Link = std::unique_ptr<LSoundSegment>;
-    void CopyFacts(const LSound& other);                 // all but the list
-    void TakeFacts(LSound& other);                       // leaves `other` registered nowhere
-    void InsertChain(int64_t pos, Link chain);           // takes the nodes themselves
-    bool HasRoomFor(int64_t pos, int64_t length) const;  // for `length` frames more at `pos`
+    void CopyFacts(const LSound& other);        // all but the list
+    void TakeFacts(LSound& other);              // leaves `other` registered nowhere
+    void InsertChain(int64_t pos, Link chain);  // takes the nodes themselves
+    // For `length` frames more at `pos`, once `removed` have gone.
+    bool HasRoomFor(int64_t pos, int64_t length, int64_t removed = 0) const;
 };
 
 // Hook of the rate and channel converter: wraps a source, an empty handle when it cannot.

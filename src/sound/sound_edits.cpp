@@ -53,6 +53,11 @@ SegmentLink* FindPlace(SegmentLink& list, int64_t& pos) {
     return link;
 }
 
+// Frames that Delete(start, end) takes out of `total`.
+int64_t FramesDeleted(int64_t start, int64_t end, int64_t total) {
+    return std::max<int64_t>(std::min(end, total) - std::max<int64_t>(start, 0), 0);
+}
+
 int64_t SaturatedDifference(int64_t a, int64_t b) {
     int64_t difference = 0;
     if (!__builtin_sub_overflow(a, b, &difference)) return difference;
@@ -61,10 +66,10 @@ int64_t SaturatedDifference(int64_t a, int64_t b) {
 
 }  // namespace
 
-bool LSound::HasRoomFor(int64_t pos, int64_t length) const {
+bool LSound::HasRoomFor(int64_t pos, int64_t length, int64_t removed) const {
     int64_t total = 0;
     const int64_t silenceBehind = pos < 0 ? SaturatedDifference(0, pos) : 0;
-    return !__builtin_add_overflow(std::max(Length(), pos), length, &total) &&
+    return !__builtin_add_overflow(std::max(Length() - removed, pos), length, &total) &&
            !__builtin_add_overflow(total, silenceBehind, &total) && total < kLengthLimit;
 }
 
@@ -169,12 +174,14 @@ void LSound::Insert(int64_t pos, const LSound& source) {
 
 void LSound::Replace(int64_t start, int64_t end, const LSound& source) {
     Link chain = CloneChain(source.segments.get());
-    const int64_t length = source.Length();
+    if (!HasRoomFor(start, source.Length(), FramesDeleted(start, end, Length()))) return;
     Delete(start, end);
-    if (HasRoomFor(start, length)) InsertChain(start, std::move(chain));
+    InsertChain(start, std::move(chain));
 }
 
 void LSound::Silence(int64_t start, int64_t end) {
+    const int64_t from = std::max<int64_t>(start, 0);
+    if (end > from && !HasRoomFor(from, end - from, FramesDeleted(from, end, Length()))) return;
     Delete(start, end);
     InsertSilence(start, SaturatedDifference(end, start));
 }
@@ -206,12 +213,14 @@ void LSound::Repeat(int64_t start, int64_t end, int64_t times) {
 }
 
 void LSound::ScaleRangePercent(int64_t start, int64_t end, int percent) {
-    if (start > end || percent == 100) return;
+    int64_t length = 0;
+    if (start > end || percent == 100 || __builtin_sub_overflow(end, start, &length)) return;
+    if (!HasRoomFor(start, length, FramesDeleted(start, end, Length()))) return;
     LSound range;
     CopyRange(start, end, range);
     Delete(start, end);
     range.ScalePercent(percent);
-    if (HasRoomFor(start, range.Length())) InsertChain(start, std::move(range.segments));
+    InsertChain(start, std::move(range.segments));
 }
 
 void LSound::ScalePercent(int percent) { ScaleBy(static_cast<float>(percent * 0.01)); }

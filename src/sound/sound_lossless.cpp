@@ -2,6 +2,7 @@
 // With lossless MP3 editing on, the first and the last segment reach over the delay and the padding of the
 // encoder, which are frames of the stream and must be kept; with it off they are skipped.
 #include <QFile>
+#include <algorithm>
 
 #include "sound/sound.h"
 
@@ -22,8 +23,9 @@ void AdjustHead(LSoundSegment& head, bool on) {
         head.length += leadIn;
         head.offset -= leadIn;
     } else if (!on && head.offset == 0) {
-        head.offset += leadIn;
-        head.length -= leadIn;
+        const int64_t skipped = std::min(leadIn, head.length);  // an edit may have left less of it
+        head.offset += skipped;
+        head.length -= skipped;
     }
 }
 
@@ -33,7 +35,7 @@ void AdjustTail(LSoundSegment& tail, bool on) {
     if (on && tail.EndInFile() >= soundEnd) {
         tail.length = soundEnd + tail.cacheRef.mp3LeadOut - tail.offset;
     } else if (!on && tail.EndInFile() > soundEnd) {
-        tail.length = soundEnd - tail.offset;
+        tail.length = std::max<int64_t>(soundEnd - tail.offset, 0);  // it may lie in the padding as a whole
     }
 }
 

@@ -157,6 +157,17 @@ float SoundPeak(const LSound& sound) {
     return finder.Finish();
 }
 
+bool IsOnDisk(const LSound& sound) {
+    uint16_t seen = kSilenceId;
+    for (const LSoundSegment* at = sound.segments.get(); at; at = at->next.get()) {
+        const uint16_t id = at->cacheRef.cacheId;
+        if (at->length <= 0 || at->IsSilent() || id == seen) continue;
+        if (!at->cacheRef.IsOfThisFolder() || FileSizeOf(CacheFileName(id, ".aud")) < 0) return false;
+        seen = id;
+    }
+    return true;
+}
+
 bool IsOnIntegerGrid(const LSound& sound, int bits) {
     for (const LSoundSegment* at = sound.segments.get(); at; at = at->next.get()) {
         if (at->length <= 0 || at->IsSilent()) continue;

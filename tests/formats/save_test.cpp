@@ -163,6 +163,23 @@ TEST_F(Save, AChangedSoundIsDecodedAgain) {
     EXPECT_EQ(Write(sound, "v.wav", 3, 32).result, SaveResult::kSuccess);
     EXPECT_FALSE(Open("v.wav").fromCache);
     EXPECT_NEAR(Samples("v.wav")[0], Noise(3000)[0] / 2, 1e-6);
+    auto slower = Make(Noise(3000));
+    slower.sampleRate = 8000;  // the same samples, played at another rate
+    EXPECT_EQ(Write(slower, "s.wav", 3, 32).result, SaveResult::kSuccess);
+    EXPECT_EQ(Open("s.wav").sound.sampleRate, 8000);
+}
+
+TEST_F(Save, AsksBeforeSilenceTakesThePlaceOfMissingSamples) {
+    const auto sound = Make(Noise(3000));
+    WriteWhole(Path("kept.wav"), Bytes(10, 'o'));
+    ASSERT_TRUE(QFile::remove(CacheFileName(sound.segments->cacheRef.cacheId, ".aud")));
+    host.answer = 1;
+    EXPECT_EQ(Write(sound, "kept.wav").result, SaveResult::kCancelled);
+    EXPECT_TRUE(Message().endsWith("saved as silence.|Save Anyway/Cancel"));
+    EXPECT_EQ(ReadWhole(Path("kept.wav")), Bytes(10, 'o'));
+    host.answer = 0;
+    EXPECT_EQ(Write(sound, "kept.wav").result, SaveResult::kSuccess);
+    EXPECT_EQ(Samples("kept.wav"), std::vector<float>(3000, 0.0f));
 }
 
 // --- The checks

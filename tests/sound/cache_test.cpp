@@ -10,6 +10,7 @@
 
 #include "gen/clock.h"
 #include "gen/lsdf.h"
+#include "gen/messages.h"
 #include "gen/settings.h"
 #include "sound/cache_state.h"
 #include "sound_fixture.h"
@@ -347,6 +348,21 @@ TEST_F(CacheTest, AKilledProcessLeavesOrphansForTheNextCleanUp) {
 
 // --- Folders
 
+TEST_F(CacheTest, ReferencesOfAFolderThatWasLeftTouchNothingInTheNext) {
+    LSound old = Write({1, 2, 3});
+    const LSound other = Write({4});
+    ASSERT_TRUE(SetCacheFolder(home_.filePath("next")));
+    const LSound now = Write({5, 6, 7});
+    ASSERT_EQ(now.segments->cacheRef.cacheId, old.segments->cacheRef.cacheId) << "the same number";
+    EXPECT_EQ(ReadSound(old), (std::vector<float>{0, 0, 0})) << "not the samples of somebody else";
+    EXPECT_FALSE(IsOnDisk(old));
+    { const LSound copy = old; }
+    old = LSound();
+    EXPECT_EQ(CacheRefCount(now.segments->cacheRef.cacheId), 1);
+    EXPECT_EQ(ReadSound(now), (std::vector<float>{5, 6, 7}));
+    EXPECT_TRUE(IsOnDisk(now));
+}
+
 TEST_F(CacheTest, TheFolderIsLockedWhileItIsOwned) {
     int fd = -1;
     EXPECT_EQ(TakeFolderLock(folder_, fd), FolderLock::kHeld);
@@ -446,11 +462,24 @@ TEST_F(CacheTest, ListsWhatIsThereEvenWithoutOwningIt) {
 
 // --- Space and observers
 
+struct LTellingHost final : LMessageHost {
+    void Tell(const QString& title, const QString& text) override { told = title + '|' + text; }
+    int Ask(const QString&, const QString&, const QStringList&, int safe, const QString&, bool*) override {
+        return safe;
+    }
+    QString told;
+};
+
 TEST_F(CacheTest, KnowsWhatFitsOnTheDisk) {
     LSound sound = Write({1, 2, 3});
+    LTellingHost host;
+    EXPECT_TRUE(CheckDiskSpace(sound, folder_, kLowDiskActionText, host));
     EXPECT_TRUE(HasDiskSpaceFor(sound, folder_));
     sound.InsertSilence(0, int64_t{1} << 50);
     EXPECT_FALSE(HasDiskSpaceFor(sound, folder_));
+    EXPECT_EQ(host.told, "");
+    EXPECT_FALSE(CheckDiskSpace(sound, folder_, "Make room.", host));
+    EXPECT_EQ(host.told, "Low Disk Space|Make room.");
     EXPECT_TRUE(HasDiskSpaceFor(sound, home_.filePath("no folder")));
     EXPECT_TRUE(HasDiskSpaceFor(LSound(), folder_));
     sound.InsertSilence(0, (int64_t{1} << 62) + (int64_t{1} << 61));

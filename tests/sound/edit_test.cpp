@@ -256,6 +256,14 @@ TEST_F(EditTest, LengthsThatNoIntegerHoldsAreRefused) {
     LSound range;
     sound.CopyRange(kLowest, kHighest, range);
     EXPECT_TRUE(range.IsEmpty());
+    sound.ScaleRangePercent(kLowest, kHighest, 50);
+    EXPECT_EQ(Lengths(sound), lengths);
+    LSound small = Numbered(3, 100), longest;
+    longest.InsertSilence(0, kHighest - 1);
+    small.Replace(0, 50, longest);
+    small.Silence(10, kHighest);
+    small.ScaleRangePercent(-5, kHighest - 5, 50);
+    EXPECT_EQ(Lengths(small), std::vector<int64_t>{100}) << "nothing is taken out for what has no room";
     LSoundReader reader(sound);
     reader.Seek(kHighest - 1 - 100);
     EXPECT_EQ(ReadFrames(reader, 2), (std::vector<float>{4097, 4098}));
@@ -337,6 +345,11 @@ TEST_F(EditTest, LosslessModeMovesTheEndsOfTheListOnly) {
     EXPECT_EQ(sound.segments->offset, 10);
     subject->Set(true);
     EXPECT_EQ(Lengths(sound), (std::vector<int64_t>{40, 45}));
+    sound.Delete(6, 80);  // leaves less than the lead-in, and the end of the padding
+    EXPECT_EQ(Lengths(sound), (std::vector<int64_t>{6, 5}));
+    sound.Delete(6, 10);
+    subject->Set(false);
+    EXPECT_EQ(Lengths(sound), (std::vector<int64_t>{0, 0})) << "no length falls below 0";
     gReadMp3Facts = nullptr;
 }
 
