@@ -111,6 +111,13 @@ TEST_F(WriterTest, ATailIsWrittenWhenFinishing) {
     const LCacheInfo info = ReadCacheInfo(sound.segments->cacheRef.cacheId);
     EXPECT_TRUE(info.readable);
     EXPECT_FALSE(info.hasSource);
+    LSoundSinkRef sink = CreateCacheWriter(8000, 2, &sound);
+    ASSERT_TRUE(sink.IsUsable());
+    const float frame[] = {0.5f, -0.5f};
+    sink->Write(frame, 1);
+    sink.Reset();
+    EXPECT_EQ(sound.Format(), (LSoundFormat{8000, 2}));
+    EXPECT_EQ(ReadSound(sound), (std::vector<float>{0.5f, -0.5f}));
 }
 
 TEST_F(WriterTest, AFolderThatCannotBeWrittenFailsAtOnce) {
