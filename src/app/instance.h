@@ -18,7 +18,8 @@
 //
 // Another message, or a size that is not the message's, is answered 0 and the connection is closed, since
 // what follows cannot be trusted to be a request. A connection that is silent for ten seconds is closed, and
-// no more than sixteen are served at once.
+// so is one that leaves 64 KiB of answers unread; no more than sixteen are served at once. Requests to bring
+// the window forward that come before the event loop has got to an earlier one are one with it.
 #pragma once
 #include <QByteArray>
 #include <QLocalServer>
@@ -90,12 +91,14 @@ class LInstanceServer : public QObject {
   private:
     class Connection;
     void Accept();
+    void QueueBringForward();
 
     Kind kind_;
     Handlers handlers_;
     QLocalServer server_;
     QString path_;
     int connections_ = 0;
+    bool forwardQueued_ = false;
 };
 
 }  // namespace ondarix

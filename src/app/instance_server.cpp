@@ -9,6 +9,7 @@
 #include <QPointer>
 #include <QTimer>
 #include <cstring>
+#include <utility>
 
 #include "app/argument_block.h"
 #include "app/instance.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr int kMaxConnections = 16;
 constexpr int kSilenceMs = 10000;
 constexpr int kRequestHeaderBytes = 8;
+constexpr qint64 kMaxUnread = 64 * 1024;  // answers beyond what the system keeps for the client
 
 // -1 when somebody listens there already, or the system refuses.
 int MakeListeningSocket(const QByteArray& path) {
@@ -103,6 +105,11 @@ bool LInstanceServer::Connection::Fits(uint32_t message, uint32_t size) const {
 void LInstanceServer::Connection::Read() {
     const QPointer<Connection> self = this;
     while (self && !working_ && !refused_ && socket_->bytesAvailable() >= kRequestHeaderBytes) {
+        if (socket_->bytesToWrite() > kMaxUnread) {
+            refused_ = true;
+            deleteLater();
+            return;
+        }
         char header[kRequestHeaderBytes];
         if (socket_->peek(header, sizeof header) != kRequestHeaderBytes) return;
         const auto message = LoadLe<uint32_t>(header);
@@ -135,7 +142,7 @@ bool LInstanceServer::Connection::WorkThrough(uint32_t message, const QByteArray
     const auto& handlers = server_.handlers_;
     if (message == kMessageBringForward) {
         Reply(1);
-        QMetaObject::invokeMethod(&server_, handlers.bringForward, Qt::QueuedConnection);
+        server_.QueueBringForward();
         return true;
     }
     const auto arguments = DecodeArgumentBlock(
@@ -194,6 +201,17 @@ void LInstanceServer::Close() {
     server_.close();
     const QObjectList connections = children();
     qDeleteAll(connections);
+}
+
+void LInstanceServer::QueueBringForward() {
+    if (std::exchange(forwardQueued_, true)) return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            forwardQueued_ = false;
+            handlers_.bringForward();
+        },
+        Qt::QueuedConnection);
 }
 
 void LInstanceServer::Accept() {

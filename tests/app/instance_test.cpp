@@ -46,12 +46,14 @@ class RawClient {
     // Pushes all that the server takes while events are let in.
     bool Send(const QByteArray& bytes) {
         qsizetype sent = 0;
-        return PumpUntil([&] {
+        PumpUntil([&] {
             const ssize_t count =
                 send(fd_, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+            const bool broken = count < 0 && errno != EAGAIN && errno != EINTR;
             if (count > 0) sent += count;
-            return sent == bytes.size();
+            return broken || sent == bytes.size();
         });
+        return sent == bytes.size();
     }
     // `bytes` of answer, or fewer when the server closed the connection.
     QByteArray Receive(qsizetype bytes, int ms = 5000) {
@@ -113,6 +115,23 @@ TEST_F(InstanceSockets, HandOverReachesTheEventLoop) {
     EXPECT_EQ(HandOverFromThread({QStringLiteral("ondarix")}), HandOverResult::kAccepted);
     EXPECT_TRUE(PumpUntil([&] { return forward == 1; }));
     EXPECT_EQ(handed.size(), 1);
+}
+
+// Bringing a window forward costs the window manager's time, answers that nobody reads cost memory.
+TEST_F(InstanceSockets, AFloodIsOneRequestAndStaysWithItsSender) {
+    constexpr int kTimes = 4000;
+    RawClient client(InstanceSocketPath());
+    ASSERT_TRUE(client.Send(Header(32872, 0).repeated(kTimes)));
+    EXPECT_EQ(client.Receive(4 * kTimes), QByteArray("\1\0\0\0", 4).repeated(kTimes));
+    ASSERT_TRUE(PumpUntil([&] { return forward > 0; }));
+    EXPECT_LE(forward, 20);
+
+    answer = QString(16000, u'x');
+    RawClient deaf(AutomationSocketPath());
+    bool taken = true;
+    for (int i = 0; taken && i < 200; ++i) taken = deaf.Send(Request(kTwoArguments));
+    EXPECT_FALSE(taken) << "three megabytes of answers are kept for a client that reads none";
+    EXPECT_EQ(HandOverFromThread(kTwoArguments), HandOverResult::kAccepted);
 }
 
 TEST_F(InstanceSockets, TheAnswerDoesNotWaitForTheWork) {
