@@ -12,7 +12,7 @@ constexpr LCommandRow kCommands[] = {
     {kCmdSave, kFile, "&Save File", "save", "Ctrl+S", kSound, kSeparatorBefore | kInToolbar},
     {kCmdSaveAs, kFile, "Save File &As...", "saveas", "Ctrl+Shift+S", kSound, kInToolbar},
     {kCmdSaveAll, kFile, "Save A&ll Files", "", "", kSound, kPlain},
-    {kCmdClose, kFile, "&Close File", "close", "Ctrl+W", kSound, kSeparatorBefore},
+    {kCmdClose, kFile, "&Close File", "close", "Ctrl+W; Ctrl+F4", kSound, kSeparatorBefore},
     {kCmdCloseAll, kFile, "Close All", "", "Ctrl+Shift+W", kSound, kPlain},
     {kCmdExit, kFile, "E&xit", "", "Ctrl+Q", kNothing, kSeparatorBefore | kRecentBefore},
 

@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QResizeEvent>
 #include <QScreen>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QToolBar>
 #include <algorithm>
@@ -96,6 +97,11 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     connect(area_, &QMdiArea::subWindowActivated, this, [this] {
         if (!closing_) RefreshActions();
     });
+    // The keys of windows within a window, beside Ctrl+Tab that the area knows itself.
+    new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_F6), area_, area_, &QMdiArea::activateNextSubWindow,
+                  Qt::WindowShortcut);
+    new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F6), area_, area_,
+                  &QMdiArea::activatePreviousSubWindow, Qt::WindowShortcut);
     BuildActions();
     BuildMenus();
     BuildToolbar();
@@ -328,8 +334,10 @@ void LMainFrame::ShowOpenWindows() {
     if (Sounds().isEmpty()) return;
     windowActions_.append(viewMenu_->addSeparator());
     for (QMdiSubWindow* window : area_->subWindowList()) {
-        QString title = window->widget()->windowTitle();
-        title.replace(QStringLiteral("[*]"), window->isWindowModified() ? QStringLiteral("*") : QString());
+        const auto* sound = qobject_cast<const LSoundWindow*>(window->widget());
+        if (!sound) continue;
+        QString title = sound->accessibleName();
+        if (window->isWindowModified()) title += QLatin1Char('*');
         QAction* action = viewMenu_->addAction(title.replace(QLatin1Char('&'), QStringLiteral("&&")));
         action->setCheckable(true);
         action->setChecked(window == area_->currentSubWindow());
@@ -354,7 +362,8 @@ void LMainFrame::changeEvent(QEvent* event) {
 }
 
 void LMainFrame::closeEvent(QCloseEvent* event) {
-    if (!closing_ && !CanClose()) {
+    // Disabled: a job runs, and what it works on is not to be saved or let go under it.
+    if (!closing_ && (!isEnabled() || !CanClose())) {
         event->ignore();
         return;
     }

@@ -220,7 +220,9 @@ void LMainFrame::AboutCommand() {
 
 // --- What the command line and other processes ask
 
-bool LMainFrame::CanAcceptWork() const { return isEnabled() && !QApplication::activeModalWidget(); }
+bool LMainFrame::CanAcceptWork() const {
+    return !closing_ && isEnabled() && !QApplication::activeModalWidget();
+}
 
 void LMainFrame::BringForward() {
     if (isMaximized())

@@ -49,7 +49,7 @@ QStringList LocalFiles(const QMimeData* data) {
 // --- Opening
 
 bool LMainFrame::MayOpenMore() const {
-    return const_cast<LMainFrame*>(this)->Sounds().size() < kMaxOpenDocuments;
+    return !closing_ && const_cast<LMainFrame*>(this)->Sounds().size() < kMaxOpenDocuments;
 }
 
 bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int openDocuments) {
@@ -68,7 +68,9 @@ bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int ope
     return true;
 }
 
+// The end may have been asked for while the sound before this one was loaded.
 bool LMainFrame::OpenSound(const QString& path) {
+    if (closing_) return false;
     const QString full = QFileInfo(path).absoluteFilePath();
     LSoundDocumentRef document(new LSoundDocument);
     if (!LoadInto(*document.Get(), full, static_cast<int>(Sounds().size()))) return false;

@@ -19,7 +19,9 @@ void Store(const QStringList& files, qsizetype before) {
 QStringList RecentFiles() {
     QStringList files;
     for (qsizetype i = 0; i < kMostRecentFiles; ++i) {
-        const QString path = GetSettingString(kRecentSection, NameOf(i), {});
+        // Not cut to a fixed length: the rest of a path would name another file, or none.
+        const QString path =
+            GetSettingLongString(SettingsKeyPath(kRecentSection), NameOf(i)).value_or(QString());
         if (!path.isEmpty()) files.append(path);
     }
     return files;

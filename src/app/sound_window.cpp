@@ -73,7 +73,9 @@ void LSoundWindow::Edited(int64_t selectStart, int64_t selectEnd) {
 }
 
 void LSoundWindow::ShowTitle() {
-    setWindowTitle(document_->title + QStringLiteral("[*]"));
+    QString name = document_->title;
+    name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));  // shown as it stands
+    setWindowTitle(name + QStringLiteral("[*]"));
     setWindowModified(document_->modified);
     setToolTip({});
     setAccessibleName(document_->title);
