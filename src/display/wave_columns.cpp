@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "display/graph_cursor.h"
 #include "sound/readers.h"
@@ -198,7 +199,8 @@ void LWaveColumns::FromGraphs(const LSound& sound, int64_t startFrame, int64_t f
             level.FoldRange(first / kPeakBlockFrames, last / kPeakBlockFrames + 1, peaks.data());
             LWaveColumn* at = out.data() + static_cast<ptrdiff_t>(column) * channels;
             for (int c = 0; c < channels; ++c) {
-                const LPeakPair& peak = peaks[static_cast<size_t>(c)];
+                LPeakPair peak = peaks[static_cast<size_t>(c)];
+                if (segment->gain < 0) std::swap(peak.max, peak.min);  // turned over
                 at[c].top = std::max(at[c].top, MagnitudeFromPeak(peak.max) * gain);
                 at[c].bottom = std::min(at[c].bottom, -MagnitudeFromPeak(peak.min) * gain);
             }

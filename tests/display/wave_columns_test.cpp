@@ -136,6 +136,19 @@ TEST_F(WaveColumns, GraphViewsEqualTheRecordsThatTheyTouch) {
     check("beginning inside a record");
 }
 
+TEST_F(WaveColumns, ANegativeGainTurnsTheGraphOver) {
+    std::vector<float> samples(100000, 0.25f);
+    std::fill(samples.begin() + 50000, samples.end(), -0.5f);
+    LSound sound = SoundOf(samples, 1);
+    sound.ScalePercent(-100);
+    const auto columns = columns_.Compute(sound, 0, sound.Length(), 10);
+    ASSERT_EQ(columns.size(), 10u);
+    EXPECT_EQ(columns[0].top, 0.0f);
+    EXPECT_NEAR(columns[0].bottom, -0.25f, 0.001f);
+    EXPECT_NEAR(columns[9].top, 0.5f, 0.001f);
+    EXPECT_EQ(columns[9].bottom, 0.0f);
+}
+
 TEST_F(WaveColumns, CloseViewsShowTheSamplesThemselves) {
     const auto samples = Noise(50000, 2, 9);
     LSound sound = SoundOf(samples, 2);

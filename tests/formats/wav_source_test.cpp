@@ -207,6 +207,10 @@ TEST(WavSource, ReadsSilenceBeforeTheStartAndPastTheEnd) {
     EXPECT_EQ(source->Read(out.data(), 50), out.data() + 50);
     for (int i = 0; i < 50; ++i)
         EXPECT_FLOAT_EQ(out[static_cast<size_t>(i)], i < 5 || i >= 35 ? 0.0f : (95 + i) / 32767.0f) << i;
+    source->Seek(INT64_MIN);
+    source->Read(out.data(), 50);
+    EXPECT_EQ(out, std::vector<float>(50, 0.0f));
+    EXPECT_EQ(source->GetPosition(), INT64_MIN + 50);
     source->Seek(1000);
     EXPECT_EQ(source->GetPosition(), 30) << "clamped to the length";
     source->Seek(7);
