@@ -15,10 +15,6 @@ bool WatchesFiles() {
     return GetSettingBool(QStringLiteral("Settings"), QStringLiteral("FileModAlert"), true);
 }
 
-bool IsSameFile(const LSourceFacts& a, const LSourceFacts& b) {
-    return a.time == b.time && a.size == b.size && (a.timeNs == b.timeNs || a.timeNs < 0 || b.timeNs < 0);
-}
-
 }  // namespace
 
 // Each time the frame comes to the front: until then nobody sees an answer, and saving asks for itself.
@@ -36,7 +32,7 @@ void LMainFrame::AskAboutChangedFile(LSoundWindow& window) {
     LSoundDocument& document = window.Document();
     if (document.path.isEmpty()) return;
     const LSourceFacts now = LSourceFacts::Of(document.path);
-    if (IsSameFile(now, document.file)) return;
+    if (SameSourceFile(now, document.file)) return;
     document.file = now;  // one question for each change
     enum { kLoadAgain, kKeep };
     int answer = kKeep;
@@ -70,7 +66,7 @@ bool LMainFrame::MayOverwrite(const LSoundDocument& document, const QString& pat
     if (document.path.isEmpty() || QFileInfo(path).absoluteFilePath() != document.path || !WatchesFiles())
         return true;
     const LSourceFacts now = LSourceFacts::Of(document.path);
-    if (now.size < 0 || IsSameFile(now, document.file)) return true;
+    if (now.size < 0 || SameSourceFile(now, document.file)) return true;
     enum { kOverwrite, kCancel };
     return messages_->Ask(QStringLiteral("File changed"),
                           QStringLiteral("The file \"%1\" has been changed by another program since it was "

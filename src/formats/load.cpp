@@ -65,10 +65,6 @@ bool LoadElsewhere(const QString& path, const QString& extension, LLoadedSound& 
     return true;
 }
 
-bool IsSameFile(const LSourceFacts& a, const LSourceFacts& b) {
-    return a.size == b.size && a.time == b.time && a.timeNs == b.timeNs;
-}
-
 void WarnOfWorkingDisk(const LSourceFacts& facts, LMessageHost& host) {
     const int64_t forFile = FreeBytes(QFileInfo(facts.path).absolutePath());
     if (IsWorkingDiskShort(FreeBytes(CacheFolder()), forFile, facts.size))
@@ -93,9 +89,7 @@ JobResult Decode(const LSourceFacts& facts, LLoadedSound& loaded, LProgress& pro
     if (rendered != JobResult::kSuccess) return rendered;
     growing |= source->IsGrowing();
     const uint16_t id = loaded.sound.segments ? loaded.sound.segments->cacheRef.cacheId : kNoCacheId;
-    uint32_t bits = 0;
-    if (source->Query(kQueryIntegerBits, &bits)) SetCacheSourceBits(id, bits);
-    if (!growing && IsSameFile(facts, LSourceFacts::Of(facts.path))) RegisterSource(id, facts);
+    if (!growing && SameSourceFile(facts, LSourceFacts::Of(facts.path))) RegisterSource(id, facts);
     return JobResult::kSuccess;
 }
 

@@ -48,6 +48,9 @@ struct LSourceFacts {
     static LSourceFacts Of(const QString& path, uint32_t kind = 0);
 };
 
+// Path, time and size; the part below a second where both know it.
+bool SameSourceFile(const LSourceFacts& a, const LSourceFacts& b);
+
 struct LCacheEntry {  // for listings
     uint16_t id = 0;
     LSoundFormat format;

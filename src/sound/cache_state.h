@@ -65,7 +65,6 @@ struct LCacheInfo {
 LCacheInfo ReadCacheInfo(uint16_t id);
 // The source is there, as it was when the record was written.
 bool SourceIsUnchanged(const LCacheInfo& info);
-bool SameSourceFile(const LSourceFacts& a, const LSourceFacts& b);  // path, time and size
 // Writes a new info file without a source.
 bool WriteCacheInfo(uint16_t id, LSoundFormat format, uint32_t sourceBits);
 
