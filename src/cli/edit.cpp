@@ -48,16 +48,7 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
     QString error;
     const std::vector<LEditStep> steps = ParseSteps(arguments.operands.mid(2), error);
     if (!error.isEmpty()) return context.console.Fail("edit: " + error, ExitStatus::kUsage);
-    LOutput output;
-    ExitStatus status = CheckOutput(arguments, context, output);
-    if (status != ExitStatus::kSuccess) return status;
-    const LWorkingFolder folder;
-    if (!folder.IsOpen()) return context.console.Fail("no folder for working files can be made");
-    LLoadedSound loaded;
-    status = LoadInput(arguments.operands[0], context, loaded, output);
-    if (status == ExitStatus::kSuccess) status = ApplySteps(steps, loaded.sound, context);
-    if (status != ExitStatus::kSuccess) return status;
-    return SaveFile(loaded, output, context);
+    return RewriteSound(arguments, context, [&](LSound& sound) { return ApplySteps(steps, sound, context); });
 }
 
 }  // namespace ondarix

@@ -59,6 +59,21 @@ LWorkingFolder::~LWorkingFolder() {
     if (open_) CloseCache();
 }
 
+ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded) {
+    const JobResult result = LoadSound(path, 0, loaded, context.progress, context.host);
+    return context.Ended(result, QString("\"%1\" cannot be opened").arg(path));
+}
+
+namespace {
+
+// Where a sound goes and how, checked before any work is done.
+struct LOutput {
+    QString path;
+    const LCoding* coding = nullptr;  // null: as the input has it
+    bool noClobber = false;
+    bool noShaping = false;
+};
+
 ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& output) {
     LConsole& console = context.console;
     output.path = arguments.operands[1];
@@ -93,11 +108,7 @@ ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& 
     return ExitStatus::kSuccess;
 }
 
-ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded) {
-    const JobResult result = LoadSound(path, 0, loaded, context.progress, context.host);
-    return context.Ended(result, QString("\"%1\" cannot be opened").arg(path));
-}
-
+// Loads the sound that is to be saved, and settles the coding where none was asked for.
 ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutput& output) {
     const ExitStatus status = LoadFile(path, context, loaded);
     if (status != ExitStatus::kSuccess) return status;
@@ -133,6 +144,21 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
     json["bytes"] = JsonInt(QFileInfo(output.path).size());
     if (LowerExtension(output.path) == ".wav") json["coding"] = coding.text;
     return status;
+}
+
+}  // namespace
+
+ExitStatus RewriteSound(const LArguments& arguments, LContext& context,
+                        const std::function<ExitStatus(LSound&)>& change) {
+    LOutput output;
+    ExitStatus status = CheckOutput(arguments, context, output);
+    if (status != ExitStatus::kSuccess) return status;
+    const LWorkingFolder folder;
+    if (!folder.IsOpen()) return context.console.Fail("no folder for working files can be made");
+    LLoadedSound loaded;
+    status = LoadInput(arguments.operands[0], context, loaded, output);
+    if (status == ExitStatus::kSuccess) status = change(loaded.sound);
+    return status == ExitStatus::kSuccess ? SaveFile(loaded, output, context) : status;
 }
 
 }  // namespace ondarix

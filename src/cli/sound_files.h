@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Opening and saving as the writing subcommands share it.
 #pragma once
+#include <functional>
+
 #include "cli/command.h"
 #include "cli/terminal.h"
 #include "formats/load.h"
@@ -37,19 +39,12 @@ class LWorkingFolder {
     bool open_;
 };
 
-// Where a sound goes and how, checked before any work is done.
-struct LOutput {
-    QString path;
-    const LCoding* coding = nullptr;  // null: as the input has it
-    bool noClobber = false;
-    bool noShaping = false;
-};
-ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& output);
-
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded);
-// Loads the sound that is to be saved, and settles the coding where none was asked for.
-ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutput& output);
-// Saves and fills the result of a JSON run.
-ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& context);
+
+// What the commands with IN and OUT do: checks OUT before any work is done, loads IN into a private folder,
+// lets `change` at the sound, saves it in the coding asked for or the one that it had, and fills the result
+// of a JSON run.
+ExitStatus RewriteSound(const LArguments& arguments, LContext& context,
+                        const std::function<ExitStatus(LSound&)>& change);
 
 }  // namespace ondarix
