@@ -53,18 +53,27 @@ const LCoding* FindCoding(uint16_t tag, uint16_t bits) {
     return found == std::end(kCodings) ? nullptr : found;
 }
 
-LWorkingFolder::LWorkingFolder() : open_(OpenPrivateCache()) {}
-
-LWorkingFolder::~LWorkingFolder() {
-    if (open_) CloseCache();
-}
-
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded) {
     const JobResult result = LoadSound(path, 0, loaded, context.progress, context.host);
     return context.Ended(result, QString("\"%1\" cannot be opened").arg(path));
 }
 
 namespace {
+
+// The private folder of working files for the time of one command.
+class LWorkingFolder {
+  public:
+    LWorkingFolder() : open_(OpenPrivateCache()) {}
+    ~LWorkingFolder() {
+        if (open_) CloseCache();
+    }
+    LWorkingFolder(const LWorkingFolder&) = delete;
+    LWorkingFolder& operator=(const LWorkingFolder&) = delete;
+    bool IsOpen() const { return open_; }
+
+  private:
+    bool open_;
+};
 
 // Where a sound goes and how, checked before any work is done.
 struct LOutput {

@@ -26,19 +26,6 @@ struct LCoding {
 const LCoding* FindCoding(const QString& name);
 const LCoding* FindCoding(uint16_t tag, uint16_t bits);
 
-// The private folder of working files for the time of one command.
-class LWorkingFolder {
-  public:
-    LWorkingFolder();
-    ~LWorkingFolder();
-    LWorkingFolder(const LWorkingFolder&) = delete;
-    LWorkingFolder& operator=(const LWorkingFolder&) = delete;
-    bool IsOpen() const { return open_; }
-
-  private:
-    bool open_;
-};
-
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded);
 
 // What the commands with IN and OUT do: checks OUT before any work is done, loads IN into a private folder,
