@@ -266,7 +266,7 @@ bool LMainFrame::IsAvailable(int id) {
         case LNeed::kSound:
             return sound != nullptr;
         case LNeed::kSelection:
-            return sound && !sound->Document().selection.IsEmpty();
+            return sound && !sound->Document().EditRange().IsEmpty();
         case LNeed::kClip:
             return clip_ != nullptr;
     }
@@ -295,7 +295,7 @@ void LMainFrame::ShowStatus() {
     if (!sound) return;
     const LSoundDocument& document = sound->Document();
     const int32_t rate = document.sound.sampleRate;
-    const LSelection& selection = document.selection;
+    const LSelection& selection = document.EditRange();
     position_->setText(QStringLiteral("Cursor %1").arg(TimeText(sound->View().Cursor(), rate)));
     selection_->setText(selection.IsEmpty()
                             ? QStringLiteral("No selection")

@@ -121,7 +121,7 @@ bool LMainFrame::RunCommand(int id) {
 void LMainFrame::CopyCommand() {
     const LSoundDocument& document = ActiveSound()->Document();
     auto copied = std::make_unique<LSound>();
-    document.sound.CopyRange(document.selection.start, document.selection.end, *copied);
+    document.sound.CopyRange(document.selectionStart, document.selectionEnd, *copied);
     clip_ = std::move(copied);
 }
 
@@ -132,21 +132,21 @@ void LMainFrame::CutCommand() {
 
 void LMainFrame::DeleteCommand() {
     LSoundWindow* window = ActiveSound();
-    const LSelection selection = window->Document().selection;
+    const LSelection selection = window->Document().EditRange();
     window->Document().sound.Delete(selection.start, selection.end);
     window->Edited(selection.start, selection.start);
 }
 
 void LMainFrame::TrimCommand() {
     LSoundWindow* window = ActiveSound();
-    const LSelection selection = window->Document().selection;
+    const LSelection selection = window->Document().EditRange();
     window->Document().sound.Keep(selection.start, selection.end);
     window->Edited(0, selection.Length());
 }
 
 void LMainFrame::SilenceCommand() {
     LSoundWindow* window = ActiveSound();
-    const LSelection selection = window->Document().selection;
+    const LSelection selection = window->Document().EditRange();
     window->Document().sound.Silence(selection.start, selection.end);
     window->Edited(selection.start, selection.end);
 }
@@ -170,7 +170,7 @@ void LMainFrame::PasteCommand() {
     if (!window) return PasteToNewCommand();
     LSound pasted;
     if (!ClipAs(window->Document().sound.Format(), pasted)) return;
-    const LSelection selection = window->Document().selection;
+    const LSelection selection = window->Document().EditRange();
     window->Document().sound.Replace(selection.start, selection.end, pasted);
     window->Edited(selection.start, selection.start + pasted.Length());
 }
@@ -187,7 +187,7 @@ void LMainFrame::PasteToNewCommand() {
     document->title = GetSettingString(QStringLiteral("Settings"), QStringLiteral("FileNameFormat"),
                                        QStringLiteral("Untitled_%autonumber%"))
                           .replace(QStringLiteral("%autonumber%"), QString::number(++untitled_));
-    document->modified = true;
+    document->isModified = true;
     AddSound(document);
 }
 

@@ -54,9 +54,9 @@ void LMainFrame::AskAboutChangedFile(LSoundWindow& window) {
     if (!alive) return;
     if (answer == kLoadAgain && LoadInto(document, document.path, 0)) {
         window.Edited(0, 0);
-        document.modified = false;
+        document.isModified = false;
     } else {
-        document.modified = true;  // no file holds this sound now
+        document.isModified = true;  // no file holds this sound now
     }
     window.ShowTitle();
     RefreshActions();

@@ -191,7 +191,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
     document.path = QFileInfo(path).absoluteFilePath();
     document.file = LSourceFacts::Of(document.path);
     document.title = QFileInfo(path).fileName();
-    document.modified = false;
+    document.isModified = false;
     window.fileRecord = RecordOfFile(path);
     window.ShowTitle();
     RememberRecentFile(document.path);
@@ -201,7 +201,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
 
 void LMainFrame::SaveAllCommand() {
     for (LSoundWindow* window : Sounds())
-        if (window->Document().modified && !Save(*window)) return;
+        if (window->Document().isModified && !Save(*window)) return;
 }
 
 void LMainFrame::SaveActive() {
@@ -216,7 +216,7 @@ void LMainFrame::SaveActiveAs(const QString& path) {
 // --- Closing
 
 bool LMainFrame::MayClose(LSoundWindow& window) {
-    if (!window.Document().modified) return true;
+    if (!window.Document().isModified) return true;
     if (auto* child = qobject_cast<QMdiSubWindow*>(window.parentWidget())) area_->setActiveSubWindow(child);
     enum { kSave, kDiscard, kCancel };
     const int answer = messages_->Ask(

@@ -75,7 +75,7 @@ void LOverviewBar::paintEvent(QPaintEvent*) {
     const LWaveColours& colours = WaveColours();
     QPainter painter(this);
     painter.drawPixmap(0, 0, drawn_);
-    const LSelection& selection = document_->selection;
+    const LSelection& selection = document_->EditRange();
     QColor shade = colours.selectedWave;
     shade.setAlpha(70);
     if (selection.IsEmpty())

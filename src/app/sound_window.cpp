@@ -64,7 +64,7 @@ void LSoundWindow::ShowRange() {
 }
 
 void LSoundWindow::Edited(int64_t selectStart, int64_t selectEnd) {
-    document_->modified = true;
+    document_->isModified = true;
     view_->SoundChanged();
     overview_->SoundChanged();
     range_.SetTotal(document_->sound.Length());
@@ -76,7 +76,7 @@ void LSoundWindow::ShowTitle() {
     QString name = document_->title;
     name.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));  // shown as it stands
     setWindowTitle(name + QStringLiteral("[*]"));
-    setWindowModified(document_->modified);
+    setWindowModified(document_->isModified);
     setToolTip({});
     setAccessibleName(document_->title);
     setAccessibleDescription(document_->path);

@@ -29,7 +29,7 @@ void LTimeRuler::paintEvent(QPaintEvent*) {
 
 void LTimeRuler::PaintSelection(QPainter& painter) {
     const LWaveColours& colours = WaveColours();
-    const LSelection& selection = document_->selection;
+    const LSelection& selection = document_->EditRange();
     const double from = range_->XOf(selection.start, width()), to = range_->XOf(selection.end, width());
     if (selection.IsEmpty()) {
         painter.setRenderHint(QPainter::Antialiasing);

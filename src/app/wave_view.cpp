@@ -41,8 +41,8 @@ LWaveView::LWaveView(LSoundDocumentRef document, LViewRange* range, LWaveColumns
     setAttribute(Qt::WA_OpaquePaintEvent);
     setCursor(Qt::IBeamCursor);
     setMinimumSize(80, 40);
-    anchor_ = document_->selection.start;
-    cursor_ = document_->selection.end;
+    anchor_ = document_->selectionStart;
+    cursor_ = document_->selectionEnd;
     connect(range_, &LViewRange::Changed, this, QOverload<>::of(&QWidget::update));
     scrollTimer_.setInterval(30);
     connect(&scrollTimer_, &QTimer::timeout, this, &LWaveView::ScrollWhileDragging);
@@ -128,7 +128,7 @@ void LWaveView::PaintStrip(QPainter& painter, int channel, const QRect& dirty) {
             const double row = strip.Middle() + sign * mark.level * strip.HalfSpan() * verticalZoom_;
             painter.drawLine(QLineF(0, row, area.right(), row));
         }
-    const LSelection& selection = document_->selection;
+    const LSelection& selection = document_->EditRange();
     if (!selection.IsEmpty()) {
         const double from = std::clamp(range_->XOf(selection.start, width()), 0.0, area.right());
         const double to = std::clamp(range_->XOf(selection.end, width()), 0.0, area.right());
@@ -148,7 +148,7 @@ void LWaveView::PaintBars(QPainter& painter, int channel, const LStrip& strip, c
     const size_t count = drawn_.size() / channels;
     const LRows rows{strip.Middle() * ratio, strip.HalfSpan() * verticalZoom_ * ratio, strip.top * ratio,
                      (strip.top + strip.height) * ratio};
-    const LSelection& selection = document_->selection;
+    const LSelection& selection = document_->EditRange();
     const bool fromSamples = range_->Frames() < static_cast<int64_t>(count) * kPeakBlockFrames;
     const int selectedFrom = static_cast<int>(std::floor(range_->XOf(selection.start, width()) * ratio));
     const int selectedTo = static_cast<int>(std::ceil(range_->XOf(selection.end, width()) * ratio));
@@ -209,7 +209,7 @@ void LWaveView::PaintSamples(QPainter& painter, int channel, const LStrip& strip
         painter.setPen(Qt::NoPen);
         for (qsizetype i = 0; i < line.size(); ++i) {
             const int64_t frame = range_->FrameAt(line[i].x() - pixels / 2, width());
-            const LSelection& selection = document_->selection;
+            const LSelection& selection = document_->EditRange();
             const bool inside = frame >= selection.start && frame < selection.end;
             painter.setBrush(inside ? colours.selectedCore : colours.wave);
             painter.drawEllipse(line[i], radius, radius);

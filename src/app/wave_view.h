@@ -22,7 +22,7 @@ class LWaveView final : public QWidget {
     // [start, end) with the cursor, which the keyboard moves, at `end`. Cut to the sound.
     void Select(int64_t start, int64_t end);
     void SelectAll() { Select(0, range_->Total()); }
-    void SelectNone() { Select(document_->selection.start, document_->selection.start); }
+    void SelectNone() { Select(document_->selectionStart, document_->selectionStart); }
     int64_t Cursor() const { return cursor_; }
 
     double VerticalZoom() const { return verticalZoom_; }

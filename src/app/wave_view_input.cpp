@@ -17,13 +17,14 @@ constexpr double kZoomStep = 0.8;  // of a wheel notch
 
 void LWaveView::Select(int64_t start, int64_t end) {
     const int64_t total = range_->Total();
-    const LSelection before = document_->selection;
+    const LSelection before = document_->EditRange();
     const int64_t cursorBefore = cursor_;
     anchor_ = std::clamp<int64_t>(start, 0, total);
     cursor_ = std::clamp<int64_t>(end, 0, total);
-    document_->selection = {std::min(anchor_, cursor_), std::max(anchor_, cursor_)};
-    UpdateBetween(before.start, document_->selection.start);
-    UpdateBetween(before.end, document_->selection.end);
+    document_->Select(std::min(anchor_, cursor_), std::max(anchor_, cursor_));
+    document_->cursor = cursor_;
+    UpdateBetween(before.start, document_->selectionStart);
+    UpdateBetween(before.end, document_->selectionEnd);
     UpdateBetween(cursorBefore, cursor_);
     Q_EMIT SelectionChanged();
 }
@@ -46,7 +47,7 @@ void LWaveView::Zoom(double factor) {
 }
 
 void LWaveView::ZoomToSelection() {
-    const LSelection& selection = document_->selection;
+    const LSelection& selection = document_->EditRange();
     if (!selection.IsEmpty()) range_->Show(selection.start, selection.Length());
 }
 
@@ -55,7 +56,7 @@ void LWaveView::mousePressEvent(QMouseEvent* event) {
     const int64_t frame = range_->FrameAt(event->position().x(), width());
     if (event->modifiers() & Qt::ShiftModifier) {
         // The nearer end moves, the other one stays.
-        const LSelection& selection = document_->selection;
+        const LSelection& selection = document_->EditRange();
         const bool nearStart = std::abs(frame - selection.start) < std::abs(frame - selection.end);
         Select(nearStart ? selection.end : selection.start, frame);
     } else {

@@ -22,7 +22,7 @@ TEST_F(WindowTest, AChangedFileIsLoadedAgainOrKeptAsTheUserSays) {
     BringToFront(*frame);
     ASSERT_EQ(messages->asked.size(), 1);
     EXPECT_EQ(window->Document().sound.Length(), 3 * 44100) << "kept without an answer";
-    EXPECT_TRUE(window->Document().modified);
+    EXPECT_TRUE(window->Document().isModified);
     BringToFront(*frame);
     EXPECT_EQ(messages->asked.size(), 1) << "one question for one change";
 
@@ -30,7 +30,7 @@ TEST_F(WindowTest, AChangedFileIsLoadedAgainOrKeptAsTheUserSays) {
     messages->answers = {0};
     BringToFront(*frame);
     EXPECT_EQ(window->Document().sound.Length(), 2 * 44100);
-    EXPECT_FALSE(window->Document().modified);
+    EXPECT_FALSE(window->Document().isModified);
 }
 
 TEST_F(WindowTest, AFileThatIsGoneCanBeSavedAgainWhole) {
@@ -40,7 +40,7 @@ TEST_F(WindowTest, AFileThatIsGoneCanBeSavedAgainWhole) {
     ASSERT_TRUE(QFile::remove(path));
     BringToFront(*frame);
     ASSERT_EQ(messages->told.size(), 1);
-    EXPECT_TRUE(window->Document().modified);
+    EXPECT_TRUE(window->Document().isModified);
     ASSERT_TRUE(frame->RunCommand(kCmdSave));
     EXPECT_EQ(Samples(path), before);
 }
@@ -53,11 +53,11 @@ TEST_F(WindowTest, SavingOverAnotherProgramsChangeAsksFirst) {
     frame->RunCommand(kCmdSave);
     EXPECT_EQ(messages->asked.size(), 1);
     EXPECT_EQ(Samples(In("tone.wav")), other);
-    EXPECT_TRUE(window->Document().modified);
+    EXPECT_TRUE(window->Document().isModified);
     messages->answers = {0};
     frame->RunCommand(kCmdSave);
     EXPECT_EQ(Samples(In("tone.wav")).size(), 2 * 44100 * 8);
-    EXPECT_FALSE(window->Document().modified);
+    EXPECT_FALSE(window->Document().isModified);
 }
 
 }  // namespace

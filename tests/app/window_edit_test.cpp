@@ -24,15 +24,15 @@ TEST_F(WindowTest, CutByMouseAndSaveGivesWhatSoxTrimGives) {
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(window->Document().sound.Length(), 3 * 44100);
     Drag(window->View(), 200, 512);
-    const LSelection selection = window->Document().selection;
+    const LSelection selection = window->Document().EditRange();
     const double perPixel = 3 * 44100.0 / window->View().width();
     EXPECT_NEAR(static_cast<double>(selection.start), 200 * perPixel, 1);
     EXPECT_NEAR(static_cast<double>(selection.end), 512 * perPixel, 1);
 
     ASSERT_TRUE(frame->RunCommand(kCmdCut));
-    EXPECT_TRUE(window->Document().modified);
+    EXPECT_TRUE(window->Document().isModified);
     EXPECT_EQ(window->Document().sound.Length(), 3 * 44100 - selection.Length());
-    EXPECT_TRUE(window->Document().selection.IsEmpty());
+    EXPECT_TRUE(window->Document().EditRange().IsEmpty());
     EXPECT_FALSE(frame->IsAvailable(kCmdCut));
     ASSERT_TRUE(frame->SaveAs(*window, In("cut.wav"), WavRecordFor(window->Document().sound.Format())))
         << messages->told.join(QLatin1Char('|')).toStdString();
@@ -57,11 +57,11 @@ TEST_F(WindowTest, TrimSilencePasteAndDeleteEqualTheirCommandLines) {
     LWaveView& view = window->View();
     view.Select(10000, 20000);
     ASSERT_TRUE(frame->RunCommand(kCmdCopy));
-    EXPECT_FALSE(window->Document().modified);
+    EXPECT_FALSE(window->Document().isModified);
     view.Select(50000, 50000);
     ASSERT_TRUE(frame->RunCommand(kCmdPaste));
-    EXPECT_EQ(window->Document().selection.start, 50000);
-    EXPECT_EQ(window->Document().selection.end, 60000) << "what was pasted is selected";
+    EXPECT_EQ(window->Document().selectionStart, 50000);
+    EXPECT_EQ(window->Document().selectionEnd, 60000) << "what was pasted is selected";
     view.Select(5000, 100000);
     ASSERT_TRUE(frame->RunCommand(kCmdTrim));
     EXPECT_EQ(window->Document().sound.Length(), 95000);
@@ -85,7 +85,7 @@ TEST_F(WindowTest, TheFileKeepsItsCodingOnSave) {
         window->View().Select(0, 1000);
         ASSERT_TRUE(frame->RunCommand(kCmdDelete));
         ASSERT_TRUE(frame->RunCommand(kCmdSave));
-        EXPECT_FALSE(window->Document().modified);
+        EXPECT_FALSE(window->Document().isModified);
         QProcess soxi;
         soxi.start(QStringLiteral("soxi"), {"-b", source});
         soxi.waitForFinished();

@@ -81,12 +81,12 @@ TEST_F(WindowTest, NothingClosesWhenOneSoundCannotBeSaved) {
               QStringLiteral("Cannot Save Empty Files: This file does not contain any audio "
                              "data and cannot be saved."));
     for (const int command : {kCmdCloseAll, kCmdExit}) {
-        whole->Document().modified = true;
+        whole->Document().isModified = true;
         messages->answers = {kSave, kSave};
         frame->RunCommand(command);
         EXPECT_EQ(frame->Sounds().size(), 2) << command;
         EXPECT_TRUE(frame->isVisible());
-        EXPECT_TRUE(empty->Document().modified);
+        EXPECT_TRUE(empty->Document().isModified);
     }
     EXPECT_EQ(Samples(In("empty.wav")), before) << "an empty sound has replaced the file";
     messages->answers = {kDiscard};
@@ -120,7 +120,7 @@ TEST_F(WindowTest, TheClipOutlivesItsSoundAndNeverGoesInUnconverted) {
     EXPECT_TRUE(messages->told[0].contains(QStringLiteral("could not be converted")));
     EXPECT_EQ(mono->Document().sound.Format(), (LSoundFormat{22050, 1}));
     EXPECT_EQ(mono->Document().sound.Length(), 22050);
-    EXPECT_FALSE(mono->Document().modified);
+    EXPECT_FALSE(mono->Document().isModified);
 }
 
 TEST_F(WindowTest, WindowsOfSoundsAreReachedByKeys) {

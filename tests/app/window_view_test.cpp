@@ -87,22 +87,22 @@ TEST_F(WindowTest, ThemesChangeWhatIsPainted) {
 TEST_F(WindowTest, KeysMoveTheCursorAndTheSelection) {
     LSoundWindow* window = Open(MakeWav("tone.wav"));
     LWaveView& view = window->View();
-    const LSelection& selection = window->Document().selection;
+    const auto selection = [window] { return window->Document().EditRange(); };
     const auto key = [&](int which, Qt::KeyboardModifiers modifiers = {}) {
         QTest::keyClick(&view, static_cast<Qt::Key>(which), modifiers);
     };
     const int64_t pixel = std::llround(3 * 44100.0 / view.width());
     key(Qt::Key_Right);
-    EXPECT_EQ(selection.start, pixel);
-    EXPECT_TRUE(selection.IsEmpty());
+    EXPECT_EQ(selection().start, pixel);
+    EXPECT_TRUE(selection().IsEmpty());
     key(Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(selection.start, pixel);
-    EXPECT_NEAR(static_cast<double>(selection.end), 11 * 3 * 44100.0 / view.width(), 6);
+    EXPECT_EQ(selection().start, pixel);
+    EXPECT_NEAR(static_cast<double>(selection().end), 11 * 3 * 44100.0 / view.width(), 6);
     key(Qt::Key_End, Qt::ShiftModifier);
-    EXPECT_EQ(selection.end, 3 * 44100);
+    EXPECT_EQ(selection().end, 3 * 44100);
     key(Qt::Key_Home, Qt::ShiftModifier);
-    EXPECT_EQ(selection.start, 0);
-    EXPECT_EQ(selection.end, pixel) << "the other end stays where the selection began";
+    EXPECT_EQ(selection().start, 0);
+    EXPECT_EQ(selection().end, pixel) << "the other end stays where the selection began";
     key(Qt::Key_Home);
     key(Qt::Key_Left);
     EXPECT_EQ(view.Cursor(), 0);
@@ -122,16 +122,16 @@ TEST_F(WindowTest, KeysMoveTheCursorAndTheSelection) {
 TEST_F(WindowTest, TheMouseSelectsExtendsScrollsAndZooms) {
     LSoundWindow* window = Open(MakeWav("tone.wav"));
     LWaveView& view = window->View();
-    const LSelection& selection = window->Document().selection;
+    const auto selection = [window] { return window->Document().EditRange(); };
     QTest::mouseDClick(&view, Qt::LeftButton, {}, {300, 50});
-    EXPECT_EQ(selection.start, 0);
-    EXPECT_EQ(selection.end, 3 * 44100);
+    EXPECT_EQ(selection().start, 0);
+    EXPECT_EQ(selection().end, 3 * 44100);
     Drag(view, 500, 400);
-    EXPECT_LT(selection.start, selection.end);
-    const int64_t end = selection.end;
+    EXPECT_LT(selection().start, selection().end);
+    const int64_t end = selection().end;
     QTest::mouseClick(&view, Qt::LeftButton, Qt::ShiftModifier, {100, 50});
-    EXPECT_EQ(selection.end, end);
-    EXPECT_EQ(selection.start, window->Range().FrameAt(100, view.width()));
+    EXPECT_EQ(selection().end, end);
+    EXPECT_EQ(selection().start, window->Range().FrameAt(100, view.width()));
 
     const auto wheel = [&](double x, int delta, Qt::KeyboardModifiers modifiers) {
         const QPointF at(x, 50);
@@ -154,7 +154,7 @@ TEST_F(WindowTest, TheMouseSelectsExtendsScrollsAndZooms) {
     QTest::mouseMove(&view, {view.width() + 80, 50});
     EXPECT_TRUE(PumpUntil([&] { return window->Range().Start() > 5000; }));
     QTest::mouseRelease(&view, Qt::LeftButton, {}, {view.width() + 80, 50});
-    EXPECT_EQ(selection.end, window->Range().End());
+    EXPECT_EQ(selection().end, window->Range().End());
 }
 
 TEST_F(WindowTest, WhatIsRepaintedInPartsEqualsAWholePaint) {
