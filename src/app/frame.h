@@ -11,6 +11,7 @@
 #include <optional>
 
 #include "app/frame_actions.h"
+#include "app/frame_documents.h"
 #include "app/sound_window.h"
 #include "formats/format_record.h"
 #include "gen/messages.h"
@@ -20,7 +21,7 @@ namespace ondarix {
 class LDesktopTheme;
 
 // The one main window. Owns the open sounds, each in a window of its own inside. [ui]
-class LMainFrame final : public QMainWindow, public LFrameActions {
+class LMainFrame final : public QMainWindow, public LFrameActions, public LEditHost, public LFrameDocuments {
     Q_OBJECT
   public:
     LMainFrame();
@@ -29,12 +30,12 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     // What a first painted window does not need.
     void AfterStartup();
     // Every command goes through here, by its number. False: not available now.
-    bool RunCommand(int id);
+    bool RunCommand(int id) override;
     // Whether the command's needs are met.
     bool IsAvailable(int id);
 
-    LSoundWindow* ActiveSound();
-    QList<LSoundWindow*> Sounds();
+    LSoundWindow* ActiveSound() override;
+    QList<LSoundWindow*> Sounds() override;
     void OpenFiles(const QStringList& paths);
     bool SaveAs(LSoundWindow& window, const QString& path, const LFormatRecord& record);
     // Replaces the message boxes.
@@ -66,6 +67,19 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     // No link has a meaning yet beyond the wish to see the program.
     void OpenLink(const QString&) override { BringForward(); }
     void AddListener(const QString& name) override;
+
+    // LEditHost.
+    LMessageHost& Messages() override { return *messages_; }
+    JobResult RunJob(const QString& title, const std::function<JobResult(LProgress&)>& work) override;
+    void DocumentChanged(LSoundDocument& document) override;
+    void Refresh(LSoundDocument& document) override;
+    bool AddDocument(LSoundDocumentRef document) override;
+
+    // LFrameDocuments.
+    void Activate(LSoundWindow& window) override;
+    LEditHost& EditHost() override { return *this; }
+    LDocumentNotifier& Notifier() override { return notifier_; }
+    QWidget* Window() override { return this; }
 
   protected:
     void closeEvent(QCloseEvent* event) override;
@@ -107,6 +121,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     LFormatRecord RecordFor(LSoundWindow& window) const;
 
     // Edit commands.
+    void ShowEdited(LSoundWindow& window, int64_t start, int64_t end);
     void CutCommand();
     void CopyCommand();
     void PasteCommand();
@@ -121,6 +136,9 @@ class LMainFrame final : public QMainWindow, public LFrameActions {
     void ChooseTheme(int id);
     void AboutCommand();
 
+    LSoundWindow* WindowOf(const LSoundDocument& document);
+
+    LDocumentNotifier notifier_;
     QMdiArea* area_ = nullptr;
     QHash<int, QAction*> actions_;
     QActionGroup* themes_ = nullptr;

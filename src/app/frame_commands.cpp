@@ -125,6 +125,12 @@ void LMainFrame::CopyCommand() {
     clip_ = std::move(copied);
 }
 
+void LMainFrame::ShowEdited(LSoundWindow& window, int64_t start, int64_t end) {
+    window.Document().isModified = true;
+    window.Document().Select(start, end);
+    window.Refresh();
+}
+
 void LMainFrame::CutCommand() {
     CopyCommand();
     DeleteCommand();
@@ -134,28 +140,28 @@ void LMainFrame::DeleteCommand() {
     LSoundWindow* window = ActiveSound();
     const LSelection selection = window->Document().EditRange();
     window->Document().sound.Delete(selection.start, selection.end);
-    window->Edited(selection.start, selection.start);
+    ShowEdited(*window, selection.start, selection.start);
 }
 
 void LMainFrame::TrimCommand() {
     LSoundWindow* window = ActiveSound();
     const LSelection selection = window->Document().EditRange();
     window->Document().sound.Keep(selection.start, selection.end);
-    window->Edited(0, selection.Length());
+    ShowEdited(*window, 0, selection.Length());
 }
 
 void LMainFrame::SilenceCommand() {
     LSoundWindow* window = ActiveSound();
     const LSelection selection = window->Document().EditRange();
     window->Document().sound.Silence(selection.start, selection.end);
-    window->Edited(selection.start, selection.end);
+    ShowEdited(*window, selection.start, selection.end);
 }
 
 // The clip in the format of the sound that takes it; false when it cannot be had.
 bool LMainFrame::ClipAs(LSoundFormat format, LSound& converted) {
     converted.CopyFrom(*clip_);
     if (clip_->Format() == format) return true;
-    const JobResult result = RunJob(this, QStringLiteral("Converting Rate"), [&](LProgress& progress) {
+    const JobResult result = RunJob(QStringLiteral("Converting Rate"), [&](LProgress& progress) {
         return clip_->ConvertFormat(converted, format.sampleRate, format.channels, progress);
     });
     if (result == JobResult::kFailed)
@@ -172,7 +178,7 @@ void LMainFrame::PasteCommand() {
     if (!ClipAs(window->Document().sound.Format(), pasted)) return;
     const LSelection selection = window->Document().EditRange();
     window->Document().sound.Replace(selection.start, selection.end, pasted);
-    window->Edited(selection.start, selection.start + pasted.Length());
+    ShowEdited(*window, selection.start, selection.start + pasted.Length());
 }
 
 void LMainFrame::PasteToNewCommand() {

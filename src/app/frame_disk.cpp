@@ -53,7 +53,7 @@ void LMainFrame::AskAboutChangedFile(LSoundWindow& window) {
     }
     if (!alive) return;
     if (answer == kLoadAgain && LoadInto(document, document.path, 0)) {
-        window.Edited(0, 0);
+        ShowEdited(window, 0, 0);
         document.isModified = false;
     } else {
         document.isModified = true;  // no file holds this sound now

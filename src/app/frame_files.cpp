@@ -55,7 +55,7 @@ bool LMainFrame::MayOpenMore() const {
 bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int openDocuments) {
     const LSourceFacts facts = LSourceFacts::Of(path);  // before: what changes meanwhile is seen later
     LLoadedSound loaded;
-    const JobResult result = RunJob(this, QStringLiteral("Opening Audio File"), [&](LProgress& progress) {
+    const JobResult result = RunJob(QStringLiteral("Opening Audio File"), [&](LProgress& progress) {
         return LoadSound(path, openDocuments, loaded, progress, *messages_);
     });
     if (result != JobResult::kSuccess || loaded.takenOver) return false;
@@ -101,7 +101,7 @@ void LMainFrame::OpenRecent(int index) {
 }
 
 LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
-    auto* window = new LSoundWindow(std::move(document));
+    auto* window = new LSoundWindow(std::move(document), *this);
     window->mayClose = [this](LSoundWindow& sound) { return closing_ || MayClose(sound); };
     connect(window, &LSoundWindow::SelectionChanged, this, &LMainFrame::RefreshActions);
     const auto others = area_->subWindowList();
@@ -180,7 +180,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
     if (document.attachment)
         request.foreignChunks = *std::static_pointer_cast<LForeignChunks>(document.attachment);
     LSaveOutcome outcome;
-    RunJob(this, QStringLiteral("Saving..."), [&](LProgress& progress) {
+    RunJob(QStringLiteral("Saving..."), [&](LProgress& progress) {
         outcome = SaveSound(request, progress, *messages_);
         return outcome.result == SaveResult::kSuccess     ? JobResult::kSuccess
                : outcome.result == SaveResult::kCancelled ? JobResult::kCancelled

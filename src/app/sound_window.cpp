@@ -14,7 +14,8 @@ constexpr int64_t kMostScrollSteps = 1 << 30;
 
 }  // namespace
 
-LSoundWindow::LSoundWindow(LSoundDocumentRef document) : document_(std::move(document)) {
+LSoundWindow::LSoundWindow(LSoundDocumentRef document, LEditHost& host)
+    : document_(std::move(document)), host_(host) {
     setObjectName(QStringLiteral("soundWindow"));
     range_.SetTotal(document_->sound.Length());
     view_ = new LWaveView(document_, &range_, columns_, this);
@@ -61,14 +62,18 @@ void LSoundWindow::ShowRange() {
     scrollBar_->setPageStep(std::max(1, steps(range_.Frames())));
     scrollBar_->setSingleStep(std::max(1, steps(range_.Frames() / 20)));
     scrollBar_->setValue(steps(range_.Start()));
+    document_->viewStart = range_.Start();
+    document_->viewEnd = range_.End();
 }
 
-void LSoundWindow::Edited(int64_t selectStart, int64_t selectEnd) {
-    document_->isModified = true;
+void LSoundWindow::Refresh() {
+    document_->ClampPositions();
     view_->SoundChanged();
     overview_->SoundChanged();
+    const int64_t start = document_->viewStart, end = document_->viewEnd;
     range_.SetTotal(document_->sound.Length());
-    view_->Select(selectStart, selectEnd);
+    if (start < end) range_.Show(start, end - start);
+    view_->ShowSelection();
     ShowTitle();
 }
 

@@ -11,7 +11,7 @@
 #include "app/wave_view.h"
 #include "display/wave_columns.h"
 #include "formats/format_record.h"
-#include "sound/document.h"
+#include "sound/edit_host.h"
 
 namespace ondarix {
 
@@ -19,14 +19,15 @@ namespace ondarix {
 class LSoundWindow final : public QWidget {
     Q_OBJECT
   public:
-    explicit LSoundWindow(LSoundDocumentRef document);
+    // `host` carries out what is dragged and drawn in the view; it outlives the window.
+    LSoundWindow(LSoundDocumentRef document, LEditHost& host);
 
     LSoundDocument& Document() { return *document_.Get(); }
     LWaveView& View() { return *view_; }
     LViewRange& Range() { return range_; }
 
-    // After an edit of the document's sound: marks it modified and selects what is given.
-    void Edited(int64_t selectStart, int64_t selectEnd);
+    // Shows the document as it is now: sound, marks, selection, view and title.
+    void Refresh();
     // After title, path or the modified mark have changed.
     void ShowTitle();
 
@@ -46,6 +47,7 @@ class LSoundWindow final : public QWidget {
     void ShowRange();
 
     LSoundDocumentRef document_;
+    LEditHost& host_;
     LViewRange range_;
     LWaveColumns columns_;
     LWaveView* view_;

@@ -23,6 +23,8 @@ class LWaveView final : public QWidget {
     void Select(int64_t start, int64_t end);
     void SelectAll() { Select(0, range_->Total()); }
     void SelectNone() { Select(document_->selectionStart, document_->selectionStart); }
+    // Takes over the document's selection and cursor, which something else has changed.
+    void ShowSelection();
     int64_t Cursor() const { return cursor_; }
 
     double VerticalZoom() const { return verticalZoom_; }

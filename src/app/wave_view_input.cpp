@@ -29,6 +29,14 @@ void LWaveView::Select(int64_t start, int64_t end) {
     Q_EMIT SelectionChanged();
 }
 
+void LWaveView::ShowSelection() {
+    const LSelection range = document_->EditRange();
+    cursor_ = document_->cursor;
+    anchor_ = cursor_ == range.start ? range.end : range.start;
+    update();
+    Q_EMIT SelectionChanged();
+}
+
 void LWaveView::ExtendTo(int64_t frame) { Select(anchor_, frame); }
 
 void LWaveView::MoveCursor(int64_t frame, bool extend) {
