@@ -215,7 +215,7 @@ TEST_F(WindowTest, TheScrollBarReachesTheEndOfWeeksOfSound) {
     LSoundDocumentRef document(new LSoundDocument);
     document->sound = LSound(192000, 2);
     document->sound.InsertSilence(0, 500'000'000'000);
-    LSoundWindow window(document);
+    LSoundWindow window(document, *frame);
     window.resize(800, 400);
     window.Range().Show(0, 1000);
     auto* bar = window.findChild<QScrollBar*>(QStringLiteral("scrollBar"));
