@@ -6,10 +6,6 @@
 namespace ondarix {
 namespace {
 
-QString FormatText(const LSound& sound) {
-    return QString("%1 Hz, %2").arg(sound.sampleRate).arg(ChannelCountText(sound.channels));
-}
-
 // Loads the file of an "insert" in the format of the sound that it goes into.
 ExitStatus LoadInserted(const QString& path, const LSound& target, LContext& context, LSound& inserted) {
     LLoadedSound loaded;
@@ -18,10 +14,6 @@ ExitStatus LoadInserted(const QString& path, const LSound& target, LContext& con
     if (loaded.sound.Format() == target.Format()) {
         inserted = std::move(loaded.sound);
         return status;
-    }
-    if (!gMakeFormatConverter) {
-        return context.console.Fail(QString("insert: \"%1\" has %2, the sound %3; it must be the same")
-                                        .arg(path, FormatText(loaded.sound), FormatText(target)));
     }
     const JobResult result =
         loaded.sound.ConvertFormat(inserted, target.sampleRate, target.channels, context.progress);

@@ -36,7 +36,7 @@ inline constexpr const char* kEditDetails =
     "  keep START END               take everything else out\n"
     "  silence START END            make the range silent\n"
     "  insert-silence AT LENGTH     put silence in\n"
-    "  insert AT FILE               put all of another file in, of the same rate and channels\n"
+    "  insert AT FILE               put all of another file in, converted to the rate and channels\n"
     "  repeat START END TIMES       put so many further copies of the range behind it\n"
     "  scale START END PERCENT      change the level of the range; 100 leaves it, -100 inverts it\n"
     "\n"

@@ -5,9 +5,11 @@
 #include <limits>
 #include <utility>
 
+#include "sound/rate_converter.h"
+
 namespace ondarix {
 
-LSoundSourceRef (*gMakeFormatConverter)(LSoundSourceRef source, LSoundFormat target) = nullptr;
+LSoundSourceRef (*gMakeFormatConverter)(LSoundSourceRef source, LSoundFormat target) = &ConvertToFormat;
 void (*gReadMp3Facts)(LSoundCacheRef& ref) = nullptr;
 
 // --- LSoundCacheRef

@@ -136,8 +136,8 @@ class LSound : public LLosslessModeObserver {
     static JobResult Render(LSound& result, LProgress& progress, LSoundSource& source,
                             const QString& status = {});
     // `result`, which may be this sound, becomes this sound in the new format. At once when the format is the
-    // same or the sound is empty; otherwise renders through the converter that gMakeFormatConverter builds:
-    // kFailed while there is none.
+    // same or the sound is empty; otherwise renders through the converter that gMakeFormatConverter builds,
+    // kFailed when that cannot build one.
     JobResult ConvertFormat(LSound& result, int32_t rate, uint8_t channelCount, LProgress& progress) const;
 
     void SetLosslessMode(std::shared_ptr<LLosslessModeSubject> subject);
@@ -159,7 +159,8 @@ class LSound : public LLosslessModeObserver {
     bool HasRoomFor(int64_t pos, int64_t length, int64_t removed = 0) const;
 };
 
-// Hook of the rate and channel converter: wraps a source, an empty handle when it cannot.
+// Builds the rate and channel converter, ConvertToFormat unless a test puts another in its place: wraps a
+// source, an empty handle when it cannot.
 extern LSoundSourceRef (*gMakeFormatConverter)(LSoundSourceRef source, LSoundFormat target);
 // Hook of lossless MP3 editing: reads frame size, lead-in, lead-out and length of the number's ".vmkmp3".
 extern void (*gReadMp3Facts)(LSoundCacheRef& ref);

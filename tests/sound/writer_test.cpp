@@ -271,6 +271,7 @@ TEST_F(WriterTest, PumpingFollowsAGrowingSourceToItsEnd) {
 }
 
 TEST_F(WriterTest, ConvertingNeedsAConverterOnlyWhenTheFormatDiffers) {
+    const auto converter = std::exchange(gMakeFormatConverter, nullptr);
     const LSound sound = Write({1, 2, 3, 4}, {8000, 2});
     LSound result;
     LTestProgress progress;
@@ -285,7 +286,7 @@ TEST_F(WriterTest, ConvertingNeedsAConverterOnlyWhenTheFormatDiffers) {
     EXPECT_EQ(progress.status, "Converting Rate");
     EXPECT_EQ(result.Format(), (LSoundFormat{16000, 1}));
     EXPECT_EQ(ReadSound(result), (std::vector<float>{1, 2, 3, 4}));
-    gMakeFormatConverter = nullptr;
+    gMakeFormatConverter = converter;
     LSound empty;
     EXPECT_EQ(empty.ConvertFormat(empty, 96000, 6, progress), JobResult::kSuccess);
     EXPECT_EQ(empty.Format(), (LSoundFormat{96000, 6}));
