@@ -1,59 +1,89 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/commands.h"
 
+#include <QHash>
+#include <array>
+#include <vector>
+
 namespace ondarix {
 namespace {
 
-using enum LMenuId;
-using enum LNeed;
+struct LWholeTable {
+    std::vector<LCommandRow> menus, commands;
+    QHash<int, const LCommandRow*> byId;
+    QHash<int, QString> headings;  // of a command below one
 
-constexpr LCommandRow kCommands[] = {
-    {kCmdOpen, kFile, "&Open File...", "open", "Ctrl+O", kNothing, kInToolbar},
-    {kCmdSave, kFile, "&Save File", "save", "Ctrl+S", kSound, kSeparatorBefore | kInToolbar},
-    {kCmdSaveAs, kFile, "Save File &As...", "saveas", "Ctrl+Shift+S", kSound, kInToolbar},
-    {kCmdSaveAll, kFile, "Save A&ll Files", "", "", kSound, kPlain},
-    {kCmdClose, kFile, "&Close File", "close", "Ctrl+W; Ctrl+F4", kSound, kSeparatorBefore},
-    {kCmdCloseAll, kFile, "Close All", "", "Ctrl+Shift+W", kSound, kPlain},
-    {kCmdExit, kFile, "E&xit", "", "Ctrl+Q", kNothing, kSeparatorBefore | kRecentBefore},
-
-    {kCmdCut, kEdit, "Cu&t", "cut", "Ctrl+X", kSelection, kSeparatorBefore | kInToolbar},
-    {kCmdCopy, kEdit, "&Copy", "copy", "Ctrl+C", kSelection, kInToolbar},
-    {kCmdPaste, kEdit, "&Paste", "paste", "Ctrl+V", kClip, kInToolbar},
-    {kCmdPasteToNew, kEdit, "Paste to &New", "", "Ctrl+Shift+V", kClip, kPlain},
-    {kCmdDelete, kEdit, "&Delete", "delete", "Del", kSelection, kInToolbar},
-    {kCmdTrim, kEdit, "&Trim (Delete All but the Current Selection)", "trim", "Ctrl+T", kSelection,
-     kSeparatorBefore | kInToolbar},
-    {kCmdSilence, kEdit, "&Silence current selection", "silence", "Ctrl+0", kSelection, kInToolbar},
-    {kCmdSelectAll, kEdit, "Select &All", "selectall", "Ctrl+A", kSound, kSeparatorBefore},
-    {kCmdSelectNone, kEdit, "Select N&one", "", "Ctrl+Shift+A", kSound, kPlain},
-
-    {kCmdZoomIn, kView, "Zoom &In", "zoomin", "Ctrl++; Ctrl+=", kSound, kSeparatorBefore | kInToolbar},
-    {kCmdZoomOut, kView, "Zoom &Out", "zoomout", "Ctrl+-", kSound, kInToolbar},
-    {kCmdZoomFull, kView, "Zoom &Full", "zoomfull", "Ctrl+Shift+F", kSound, kInToolbar},
-    {kCmdZoomToSelection, kView, "Zoom to &Selection", "zoomselection", "Ctrl+Shift+Z", kSelection,
-     kInToolbar},
-    {kCmdVerticalIn, kView, "&Vertical Zoom In", "verticalin", "Ctrl+Up", kSound,
-     kSeparatorBefore | kInToolbar},
-    {kCmdVerticalOut, kView, "Vertical Zoom O&ut", "verticalout", "Ctrl+Down", kSound, kInToolbar},
-    {kCmdVerticalDefault, kView, "Vertical Zoom &Default", "", "", kSound, kPlain},
-    {kCmdShowDb, kView, "&Amplitude in dB", "", "", kNothing, kCheckable},
-    {kCmdThemeSystem, kView, "Theme of the S&ystem", "", "", kNothing, kSeparatorBefore | kCheckable},
-    {kCmdThemeLight, kView, "&Light Theme", "", "", kNothing, kCheckable},
-    {kCmdThemeDark, kView, "Dar&k Theme", "", "", kNothing, kCheckable},
-    {kCmdTile, kView, "&Tile Windows", "", "", kSound, kSeparatorBefore},
-    {kCmdCascade, kView, "&Cascade Windows", "", "", kSound, kPlain},
-
-    {kCmdAbout, kHelp, "&About Ondarix", "", "", kNothing, kPlain},
+    LWholeTable() {
+        for (const auto part : {FileCommandRows(), EditCommandRows(), EffectCommandRows(),
+                                ControlCommandRows(), ViewCommandRows(), MarkCommandRows()})
+            menus.insert(menus.end(), part.begin(), part.end());
+        for (const LCommandRow& row : menus)
+            if (row.id != kCmdHeading) commands.push_back(row);
+        for (const LCommandRow& row : commands) byId.insert(row.id, &row);
+        QString heading;
+        for (const LCommandRow& row : menus) {
+            if (row.id == kCmdHeading)
+                heading = PlainText(row);
+            else if (row.level > 0)
+                headings.insert(row.id, heading);
+        }
+    }
 };
+
+const LWholeTable& Whole() {
+    static const LWholeTable table;
+    return table;
+}
+
+std::array<bool, static_cast<size_t>(LSubsystem::kCount)>& Registered() {
+    static std::array<bool, static_cast<size_t>(LSubsystem::kCount)> registered{true};
+    return registered;
+}
 
 }  // namespace
 
-std::span<const LCommandRow> CommandTable() { return kCommands; }
+std::span<const LCommandRow> CommandTable() { return Whole().commands; }
+std::span<const LCommandRow> MenuTable() { return Whole().menus; }
 
-const LCommandRow* FindCommand(int id) {
-    for (const LCommandRow& row : kCommands)
-        if (row.id == id) return &row;
+const LCommandRow* FindCommand(int id) { return Whole().byId.value(id, nullptr); }
+
+const LCommandRow* FindCommand(const QString& name) {
+    const QString wanted = name.trimmed();
+    for (const LCommandRow& row : CommandTable()) {
+        if (!IsVisible(row)) continue;
+        if (PlainText(row).compare(wanted, Qt::CaseInsensitive) == 0 ||
+            CommandPath(row).compare(wanted, Qt::CaseInsensitive) == 0)
+            return &row;
+    }
     return nullptr;
+}
+
+const char* MenuTitle(LMenuId menu) {
+    static constexpr const char* kTitles[] = {"&File",  "&Edit",      "Effe&cts", "Cont&rol",    "&View",
+                                              "&Tools", "&Bookmarks", "&Help",    "Wave Context"};
+    return kTitles[static_cast<size_t>(menu)];
+}
+
+void RegisterSubsystem(LSubsystem subsystem) { Registered()[static_cast<size_t>(subsystem)] = true; }
+bool IsRegistered(LSubsystem subsystem) { return Registered()[static_cast<size_t>(subsystem)]; }
+bool IsVisible(const LCommandRow& row) { return IsRegistered(row.subsystem); }
+
+QString PlainText(const LCommandRow& row) {
+    return QString::fromUtf8(row.text).remove(QLatin1Char('&')).remove(QStringLiteral("..."));
+}
+
+QString CommandPath(const LCommandRow& row) {
+    const QString arrow = QStringLiteral(" > ");
+    QString path = QString::fromUtf8(MenuTitle(row.menu)).remove(QLatin1Char('&')) + arrow;
+    const QString heading = Whole().headings.value(row.id);
+    if (!heading.isEmpty()) path += heading + arrow;
+    return path + PlainText(row);
+}
+
+QString CommandHint(const LCommandRow& row) {
+    if (row.need == LNeed::kNothing || row.need == LNeed::kClip) return {};
+    if (*row.hint) return QString::fromUtf8(row.hint);
+    return QStringLiteral("Open an audio file to use %1").arg(PlainText(row));
 }
 
 }  // namespace ondarix
