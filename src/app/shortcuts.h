@@ -2,6 +2,7 @@
 // The keys of commands: the user's own where there are any, otherwise the table's. Settings section
 // "CustomKeys", one name a command number, portable text; "none" for a command without a key. [ui]
 #pragma once
+#include <QHash>
 #include <QKeySequence>
 #include <QList>
 
@@ -10,9 +11,14 @@
 namespace ondarix {
 
 QList<QKeySequence> ShortcutsOf(const LCommandRow& row);
+// Of all commands by their numbers, with one look into the settings.
+QHash<int, QList<QKeySequence>> AllShortcuts();
+// Others than the table's.
+bool HasOwnShortcuts(const LCommandRow& row);
 // Taken away from other commands that had them.
 void StoreShortcuts(int id, const QList<QKeySequence>& keys);
-void ResetShortcuts();  // to the table's
+void ResetShortcuts(int id);  // to the table's, taken away from commands that have them meanwhile
+void ResetShortcuts();
 // Which command the key runs now; 0: none.
 int CommandOfKey(const QKeySequence& key);
 
