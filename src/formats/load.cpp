@@ -6,6 +6,7 @@
 #include "formats/file_checks.h"
 #include "formats/registry.h"
 #include "gen/text.h"
+#include "sound/bookmark_file.h"
 #include "sound/readers.h"
 
 namespace ondarix {
@@ -103,6 +104,24 @@ JobResult TakeSound(const LSourceFacts& facts, LLoadedSound& loaded, LProgress& 
     return JobResult::kSuccess;
 }
 
+// The side file may be older than the sound, or of another program: what it says is made to fit.
+void LoadBookmarks(const QString& path, LLoadedSound& loaded, LMessageHost& host) {
+    const QString file = BookmarkFileOf(path);
+    const int32_t rate = loaded.sound.sampleRate;
+    if (ReadBookmarkFile(file, rate, loaded.bookmarks) == LBookmarkRead::kDamaged) {
+        host.Tell("Bookmarks",
+                  QStringLiteral("The bookmarks of \"%1\" could not be read, because the file \"%2\" is "
+                                 "damaged. It will be kept under a name that ends in \".bad\" when "
+                                 "bookmarks are saved.")
+                      .arg(path, file));
+    }
+    const int64_t length = loaded.sound.Length();
+    for (LBookmark& one : loaded.bookmarks) {
+        const int64_t position = ScalePosition(one.position, rate, one.sampleRate);
+        one.SetPosition(std::min(position, length), rate);
+    }
+}
+
 }  // namespace
 
 bool IsWorkingDiskShort(int64_t freeForCache, int64_t freeForFile, int64_t fileBytes) {
@@ -145,6 +164,7 @@ JobResult LoadSound(const QString& path, int openDocuments, LLoadedSound& loaded
                                  "the temporary folder. Saving will leave it out.")
                       .arg(path));
     }
+    LoadBookmarks(path, loaded, host);
     loaded.readOnly = IsReadOnlyFile(path);
     if (loaded.sound.Length() == kSuspiciousFrames) {
         host.Tell("File Size Limit Exceeded",

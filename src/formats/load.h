@@ -6,6 +6,7 @@
 #include "formats/wav_chunks.h"
 #include "gen/messages.h"
 #include "gen/progress.h"
+#include "sound/bookmark.h"
 #include "sound/sound.h"
 
 namespace ondarix {
@@ -15,13 +16,15 @@ inline constexpr int kMaxOpenDocuments = 45;
 struct LLoadedSound {
     LSound sound;
     LForeignChunks foreignChunks;
+    LBookmarks bookmarks;    // of the file beside it, in frames of the sound and inside it
     bool fromCache = false;  // an unchanged decode was found, nothing was read but headers
     bool readOnly = false;   // the user may not write the file
     bool takenOver = false;  // a hook opened it (project, playlist); there is no sound here
 };
 
-// `openDocuments`: how many are open now. Messages go to `host`; kFailed after one, kCancelled without.
-// Projects and playlists go to gOpenProject and gOpenPlaylist.
+// `openDocuments`: how many are open now. Messages go to `host`; kFailed after one, kCancelled without. A
+// file of bookmarks that cannot be read is told, and the sound is loaded without them. Projects and playlists
+// go to gOpenProject and gOpenPlaylist.
 JobResult LoadSound(const QString& path, int openDocuments, LLoadedSound& loaded, LProgress& progress,
                     LMessageHost& host);
 

@@ -8,6 +8,7 @@
 #include "formats/save_steps.h"
 #include "gen/settings.h"
 #include "gen/text.h"
+#include "sound/bookmark_file.h"
 #include "sound/readers.h"
 
 namespace ondarix {
@@ -106,6 +107,14 @@ bool CheckType(const QString& extension, LSaveOutcome& outcome, LMessageHost& ho
     return Stop(outcome, SaveResult::kEncodingFailed);
 }
 
+void SaveBookmarks(const LSaveRequest& request, LMessageHost& host) {
+    const QString file = BookmarkFileOf(request.path);
+    if (WriteBookmarkFile(file, *request.bookmarks)) return;
+    host.Tell(kSaveErrorTitle, QStringLiteral("\"%1\" is saved, but its bookmarks could not be written to "
+                                              "the file \"%2\".")
+                                   .arg(request.path, file));
+}
+
 }  // namespace
 
 bool DownmixFor(const QString& extension, LSound& sound, LSaveOutcome& outcome, LProgress& progress,
@@ -168,6 +177,7 @@ LSaveOutcome SaveSound(const LSaveRequest& request, LProgress& progress, LMessag
     LSound sound(*request.sound);
     if (DownmixFor(extension, sound, outcome, progress, host))
         outcome.result = WriteSound(sound, request, extension, progress, host);
+    if (outcome.result == SaveResult::kSuccess && request.bookmarks) SaveBookmarks(request, host);
     return outcome;
 }
 

@@ -8,6 +8,7 @@
 #include "formats/wav_chunks.h"
 #include "gen/messages.h"
 #include "gen/progress.h"
+#include "sound/bookmark.h"
 #include "sound/sound.h"
 
 namespace ondarix {
@@ -29,6 +30,9 @@ struct LSaveRequest {
     LForeignChunks foreignChunks;
     bool shaping = true;            // noise shaping of 8- and 16-bit samples; false: plain rounding
     bool documentReadOnly = false;  // asks before it goes on
+    // Null: the file of bookmarks beside the target stays as it is. Otherwise it is written after the sound,
+    // or removed when there are none; a failure of that is told, and the save counts as done.
+    const LBookmarks* bookmarks = nullptr;
 };
 
 struct LSaveOutcome {
