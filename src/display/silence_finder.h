@@ -8,14 +8,16 @@
 namespace ondarix {
 
 struct LSilenceSettings {
-    double thresholdDb = -48;    // -90 to 0; a window is silent while none of its peaks lies above
-    int64_t minSilenceMs = 500;  // shorter ones are sound
-    int64_t marginMs = 0;        // kept of each silence on both of its sides
+    double thresholdDb = -48;    // -90 to 0 of full scale
+    int64_t minSilenceMs = 500;  // shorter ones are sound; never below the window of 30 ms
+    int64_t marginMs = 0;        // of each silence that stays where it borders on sound
 };
 
-// Silent stretches of the sound, ascending, from the peak graphs alone (256 frames exact), in windows of
-// 30 ms: a window counts as loud when the root of the mean squared excess of its peaks above the threshold is
-// above 0.
+// Silent stretches of the sound, ascending, from the peak graphs alone: the borders are those of graph
+// records, 256 frames exact. A window of 30 ms, moved record by record, is silent while the mean squared
+// excess of its peaks over the threshold, in peak units, is 0: while none lies above. A silence is all that
+// silent windows cover. Peak units are coarse far down: below -66 dB they cannot tell a sound from the
+// threshold, and it counts as silent. What has no graph counts as sound. Empty when cancelled.
 std::vector<LSelection> FindSilences(const LSound& sound, const LSilenceSettings& settings,
                                      LProgress& progress);
 
