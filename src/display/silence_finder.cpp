@@ -83,7 +83,8 @@ bool SilenceScanner::AddSegment(const LSoundSegment& segment, SilenceCollector& 
     }
     const uint16_t limit = LimitFor(segment.gain);
     const int64_t end = segment.EndInFile(), recordBytes = int64_t{channels_} * 4;
-    int64_t frame = segment.offset;
+    int64_t frame = std::clamp<int64_t>(0, segment.offset, end);
+    collector.Add(frame - segment.offset, true);  // what lies before the file reads as silence
     LFileBytes graph(segment.cacheRef.IsOfThisFolder() ? CacheFileName(segment.cacheRef.cacheId, ".grf")
                                                        : QString());
     while (frame < end) {

@@ -10,12 +10,16 @@ struct LPieceTarget {
     QString extension;  // ".wav"
 };
 
-// False for an empty name and one with characters that a file name cannot hold on any system.
+// Whether a file can bear the name, an extension behind it, on any common system: some text without slashes,
+// control characters and the signs \ : * ? " < > |, no dot or blank at its end, no name of a device, at most
+// 240 bytes of UTF-8.
 bool IsFileName(const QString& name);
 
-// Writes each piece under its name, in order; the files are named in `written`. Asks before a file is
-// replaced ("No" leaves that one out). A name that is not valid stops before anything is written, with the
-// message that belongs to regions.
+// Writes each piece under its name, in order; the files are named in `written`. A name that came before (in
+// any case) is numbered: "name (2)". Asks before a file is replaced ("No" leaves that one out). A name that
+// is not valid stops before anything is written, with the message that belongs to regions. A failure or a
+// stop in the middle leaves what is written. ".wav" files have the coding of the document's file where the
+// setting SaveSameFileFormat says so, otherwise the one that WAV files are saved in.
 JobResult SavePieces(const LSoundDocument& document, const std::vector<LPiece>& pieces,
                      const LPieceTarget& target, LEditHost& host, QStringList& written);
 // Regions of any documents to the folder and format; stores both as ExportRegionFolder, ExportRegionFormat.
@@ -24,7 +28,9 @@ JobResult ExportRegions(const std::vector<LRegionRef>& regions, const LPieceTarg
 // Each as a new document, named as it is.
 JobResult RegionsToNew(const std::vector<LRegionRef>& regions, LEditHost& host);
 // The selection (all when there is none) under the next free "%s-region-%0*d" beside the file, or in
-// `folder` when it is not empty; the counter grows after each. `saved`: the path.
+// `folder` when it is not empty; the counter grows after each (SaveRegionCount, from 1; SaveRegionDigits, 3).
+// An empty extension: that of the document's file where it can be written, otherwise ".wav". `saved`: the
+// path.
 JobResult SaveNumberedRegion(const LSoundDocument& document, const LPieceTarget& target, LEditHost& host,
                              QString& saved);
 
