@@ -44,6 +44,7 @@ class LClipboardStore {
     JobResult FetchClip(LSound& out, LProgress& progress);
     // "Paste Cycle": the slot before the current one, from 0 round to the newest of the used. False: none.
     bool PreviousClip();
+    void SelectSlot(int slot);  // 0 to usedSlots - 1
     // The converted sound takes the current slot's place, so that the next paste need not convert. Only
     // where the clip came from the ring.
     void ReplaceCurrent(const LSound& sound);
@@ -53,16 +54,25 @@ class LClipboardStore {
     void Clear();
 
     int nextSlot = 0, currentSlot = 0, usedSlots = 0;
+    // Of the clip in the current slot.
     QString sourceName;  // file name of the copied clip, at most 259 units
     int64_t sourceStartMs = 0, sourceEndMs = 0;
     bool isWholeFile = false;
 
   private:
+    struct LFacts {
+        QString name;
+        int64_t startMs = 0, endMs = 0;
+        bool isWhole = false;
+    };
+
     std::array<LSound, kSlots> slots_;
+    std::array<LFacts, kSlots> facts_;
     LSystemClipboard* system_ = nullptr;
 };
 
-// The one of the program, built at first use.
+// The one of the program, built at first use. Its clips refer to working files: Clear() before the cache is
+// closed for good lets go of them.
 LClipboardStore& Clipboard();
 
 }  // namespace ondarix

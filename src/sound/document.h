@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "sound/bookmark.h"
 #include "sound/sound.h"
@@ -55,8 +57,11 @@ struct LDocumentState {
 struct LUndoEntry {
     LSound sound;
     LDocumentState state;
-    QString label;     // at most 259 UTF-16 units; empty: the slot is empty
-    QString timeText;  // local time of the change
+    QString label;        // at most 259 UTF-16 units; empty: the slot is empty
+    QString timeText;     // local time of the change
+    bool isBase = false;  // what the history starts from ("Load File"); the next entry holds the same state
+    std::shared_ptr<const LSound> channelSound;  // of a channel that was edited alone; null: none
+    int editedChannel = 0;
 };
 
 // Shared by atomic count; touched from the main thread only. Derived kinds of container data hang on
@@ -92,18 +97,31 @@ class LSoundDocument : public LDocumentState {
     // Selection, cursor and view moved into the sound as it is now.
     void ClampPositions();
 
-    // --- The ring of whole states. Menu texts: "Undo %s" with UndoLabel().
+    // --- The ring of whole states. The present state has the slot undoIndex + 1, which is filled by the next
+    // push or undo. Menu texts: "Undo %s" with UndoLabel().
+
+    // Stores the present state and ends what could be redone. The first entry of all, without `markModified`,
+    // is the base: it can not be undone.
     void PushUndo(const QString& label, bool markModified);
-    void PopUndo();  // withdraws the entry just pushed; the present state stays
+    // Withdraws the entry just pushed; the present state stays, its modified flags and the rest of the
+    // history are as before the push.
+    void PopUndo();
+    // Back to the newest entry, which is withdrawn: as if that change had never been made.
+    void TakeBack();
     bool CanUndo() const;
     bool CanRedo() const;
     // One step, or to a slot of the ring: true when there was such a step. Afterwards the front shows the
     // state (LEditHost::Refresh).
     bool Undo(int target = -1);
     bool Redo(int target = -1);
-    QString UndoLabel() const;  // of the slot that would be restored; empty: none
+    // Of the change that would be undone or made again; empty: none.
+    QString UndoLabel() const;
     QString RedoLabel() const;
     void MarkSaved();
+    // No file holds any of the states any more.
+    void MarkUnsaved();
+    // The state saved last, or the one loaded while the file is still there; false when it is the present
+    // one.
     bool CanRevertToSaved();
     bool RevertToSaved();
     // To the state of a slot on either side, as the list of the history does.
@@ -116,6 +134,13 @@ class LSoundDocument : public LDocumentState {
     int undoIndex = 0;   // of the newest entry pushed
     int undoOldest = 0;  // of the oldest that lives
     int savedIndex = kNoSlot;
+    uint64_t historySerial = 0;  // another value after each change, undo, redo and save
+
+    // What "Paste Cycle" may take back: the paste that brought historySerial to `serial`.
+    struct LLastPaste {
+        uint64_t serial = 0;
+        LSelection replaced, pasted;
+    } lastPaste;
 
     // --- One channel edited as a sound of its own
     int channelEditMode = kEditsWhole;
@@ -125,7 +150,22 @@ class LSoundDocument : public LDocumentState {
     std::atomic<uint32_t> refCount{0};
 
   private:
-    void Restore(int slot, bool selectionFromPrevious);
+    void Store(LUndoEntry& entry, const QString& label) const;
+    void RestoreFrom(const LUndoEntry& entry, const LDocumentState& selectionOf);
+    void CapturePresent();
+    void Displace(int slot);
+    void ForgetDisplaced();
+    const LUndoEntry* SavedEntry();
+    int PlaceOf(int slot) const;  // counted from the oldest
+    JobResult MergeChannel(LEditHost& host);
+
+    // What the newest push has put away, until the change is known to stay.
+    struct LDisplaced {
+        std::vector<std::pair<int, LUndoEntry>> entries;
+        int undoIndex = 0, undoOldest = 0, savedIndex = kNoSlot;
+        bool canReturn = false;
+    } displaced_;
+    std::unique_ptr<LUndoEntry> savedApart_;  // the saved state, when the ring has lost it
 };
 
 class LSoundDocumentRef {

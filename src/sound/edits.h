@@ -29,8 +29,11 @@ JobResult DeleteSelection(LSoundDocument& document, LEditHost& host);
 // Over the selection, or at `start` with everything up to `end` replaced; -1, -1: at the selection or cursor.
 JobResult PasteClip(LSoundDocument& document, LEditHost& host, LClipboardStore& clipboard, int64_t start = -1,
                     int64_t end = -1);
-// PasteClip with the clip before the current one. Straight after a paste the pasted clip is replaced.
+// PasteClip with the clip before the current one of the ring. Straight after a paste, while what was pasted
+// is still selected, the older clip takes its place: one undo entry for both.
 JobResult PasteCycle(LSoundDocument& document, LEditHost& host, LClipboardStore& clipboard);
+// Hook of speaking a text; null: text on the clipboard is not pasted.
+extern JobResult (*gSynthesizeSpeech)(const QString& text, LSound& out, LProgress& progress);
 // A new document with the clip, or with a copy of the selection; `title` is its name.
 JobResult PasteToNew(LEditHost& host, LClipboardStore& clipboard, const QString& title);
 JobResult CopyToNew(LSoundDocument& document, LEditHost& host, const QString& title);
@@ -38,10 +41,11 @@ JobResult CopyToNew(LSoundDocument& document, LEditHost& host, const QString& ti
 JobResult DuplicateSelection(LSoundDocument& document, LEditHost& host);
 // The selection starts at what is frame `target` now. A target inside the selection is no move.
 JobResult MoveSelection(LSoundDocument& document, LEditHost& host, int64_t target);
-// Hook of mixing a clip into the sound; null: PasteMix answers kCancelled.
+// Hook of mixing a clip into the sound, with the frame around the change; null: PasteMix answers kCancelled.
 extern JobResult (*gPasteMix)(LSoundDocument& document, LEditHost& host, const LSound& clip);
 JobResult PasteMix(LSoundDocument& document, LEditHost& host, LClipboardStore& clipboard);
-// Hook of deleting a band of the spectrum from the selected range, whose length stays.
+// Hook of deleting a band of the spectrum from the selected range, whose length stays; inside the change that
+// DeleteSelection makes. Null: kCancelled.
 extern JobResult (*gDeleteBand)(LSoundDocument& document, LEditHost& host);
 
 JobResult TrimToSelection(LSoundDocument& document, LEditHost& host);
@@ -66,15 +70,20 @@ bool UndoChange(LSoundDocument& document, LEditHost& host, int target = -1);
 bool RedoChange(LSoundDocument& document, LEditHost& host, int target = -1);
 bool RevertDocument(LSoundDocument& document, LEditHost& host);
 
-// --- One channel alone (sound/channel_edit.cpp)
+// --- One channel alone (sound/channel_edit.cpp). Bookmarks and regions name places of the whole sound, whose
+// other channels do not move: edits of one channel leave them where they are. A command that changes the
+// format, or joins, ends the editing of one channel.
+
 // channel -1: the whole sound again. kSuccess also when that is the state already.
 JobResult EditChannel(LSoundDocument& document, LEditHost& host, int channel);
 // The samples of one channel, mono; rendered.
 JobResult ExtractChannel(const LSound& sound, int channel, LSound& out, LProgress& progress);
-// `whole` with one channel replaced; the longer of both lengths, padded with silence... unless shorter.
+// `whole` with one channel replaced by the mono `replacement`; the longer of both lengths, the rest of the
+// shorter being silence.
 JobResult ReplaceChannel(const LSound& whole, int channel, const LSound& replacement, LSound& out,
                          LProgress& progress);
-// Samples drawn by hand: `frames` interleaved frames from `start`, label "Sample Edit".
+// Samples drawn by hand: `frames` interleaved frames (of the channel that is edited alone) from `start`,
+// label "Edit Samples".
 JobResult WriteSamples(LSoundDocument& document, LEditHost& host, int64_t start, const float* samples,
                        int64_t frames);
 
