@@ -108,7 +108,7 @@ void ScanSegment(const LSoundSegment& segment, int64_t base, int channels, LSnap
                  LValleyFinder& finder) {
     const int64_t from = std::max(base, window.near), to = std::min(base + segment.length, window.far);
     if (segment.IsSilent() || !segment.cacheRef.IsOfThisFolder()) return finder.Level(from, 0.0f);
-    const LFileBytes graph(CacheFileName(segment.cacheRef.cacheId, ".grf"));
+    LFileBytes graph(CacheFileName(segment.cacheRef.cacheId, ".grf"));
     if (!graph.IsOpen()) return;
     const int64_t inFile = segment.offset - base;
     const int64_t first = std::max<int64_t>(from + inFile, 0) / kPeakBlockFrames;
@@ -119,8 +119,7 @@ void ScanSegment(const LSoundSegment& segment, int64_t base, int channels, LSnap
         records.resize(static_cast<size_t>(wanted * channels));
         const int64_t recordBytes = int64_t{channels} * int64_t{sizeof(LPeakPair)};
         const int64_t got =
-            const_cast<LFileBytes&>(graph).ReadAt(block * recordBytes, records.data(), wanted * recordBytes) /
-            recordBytes;
+            graph.ReadAt(block * recordBytes, records.data(), wanted * recordBytes) / recordBytes;
         for (int64_t i = 0; i < got; ++i) {
             const int64_t start = std::max((block + i) * kPeakBlockFrames - inFile, from);
             finder.Level(start, LevelOf(records.data() + i * channels, channels) * std::abs(segment.gain));
