@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <iterator>
 #include <limits>
 #include <numbers>
 #include <numeric>
@@ -15,33 +15,38 @@ namespace ondarix {
 
 namespace {
 
-constexpr double kHalfTaps = 31.5;  // of the 63, in periods of the lower rate
-constexpr double kBeta = 11.4;      // of the Kaiser window: 112 dB
-constexpr double kCutoff = 0.983;   // -6 dB, as part of half the lower rate
+constexpr double kTaps = 63;  // in periods of the lower rate
+// The filter as a sum of cosines of 0, 1, 2 ... turns over its length, all but the first of them twice: half
+// of its spectrum. Made by scripts/rate_filter.py.
+constexpr double kCosines[] = {
+    0.999999869417,     1.00000013331,      0.999999866965,     1.00000013253,     0.999999868286,
+    1.00000013048,      0.999999871288,     1.00000012626,      0.999999877016,    1.00000011874,
+    0.999999886706,     1.00000010615,      0.999999903583,     1.000000083,       0.999999934763,
+    1.00000004192,      0.999999990121,     0.999999968375,     1.00000008438,     0.99999985449,
+    1.00000028008,      0.999999538723,     1.00000077065,      0.999998571071,    1.00000293333,
+    0.999994130375,     1.00000381003,      1.00019897289,      0.998683842516,    0.941512146399,
+    0.720069396038,     0.373468334189,     0.110677908219,     0.0147362401906,   0.000470565101396,
+    -8.03505722413e-07, -8.35381705822e-08, -1.3238279847e-07,  1.23073395423e-07, -5.85855908671e-08,
+    6.23909384047e-09,  2.638301173e-08,    -4.09424622554e-08, 3.92226208201e-08,
+};
 constexpr int kLanes = 8;
 constexpr int64_t kTableFloats = int64_t{1} << 18;  // more phases than fit are interpolated
 constexpr int kSteps = 2048;      // of an interpolated table, to a period of the lower rate: -140 dB
 constexpr int64_t kPiece = 4096;  // frames of input or output that are worked on at once
 constexpr int64_t kLargestStep = 4;
 
-// Modified Bessel function of the first kind, order 0, by its power series.
-double BesselI0(double x) {
-    const double quarter = x * x / 4;
-    double sum = 1, term = 1;
-    for (int k = 1; term > sum * 1e-17; ++k) {
-        term *= quarter / (static_cast<double>(k) * k);
-        sum += term;
-    }
-    return sum;
-}
-
-// The filter at `t` periods of the lower rate from its middle, not scaled.
+// The filter at `t` periods of the lower rate from its middle, not scaled. The sum by the recurrence of C. W.
+// Clenshaw, "A note on the summation of Chebyshev series", 1955.
 double Prototype(double t) {
-    const double x = t / kHalfTaps;
-    if (std::fabs(x) >= 1) return 0;
-    const double angle = std::numbers::pi * kCutoff * t;
-    const double sinc = std::fabs(angle) < 1e-12 ? 1 : std::sin(angle) / angle;
-    return sinc * BesselI0(kBeta * std::sqrt(1 - x * x));
+    if (std::fabs(t) >= kTaps / 2) return 0;
+    const double cosine = std::cos(2 * std::numbers::pi * t / kTaps);
+    double sum = 0, before = 0;
+    for (size_t k = std::size(kCosines) - 1; k > 0; --k) {
+        const double next = kCosines[k] + 2 * cosine * sum - before;
+        before = sum;
+        sum = next;
+    }
+    return kCosines[0] + 2 * (cosine * sum - before);
 }
 
 // What one stage computes, as the inner loop sees it. Output frame i of a piece lies `phase / up` behind
@@ -54,6 +59,35 @@ struct LRateKernel {
 };
 
 typedef float LLanes __attribute__((vector_size(kLanes * sizeof(float)), aligned(4), may_alias));
+constexpr int kSums = 4;  // that run side by side, so that no addition waits for the one before it
+
+inline __attribute__((always_inline)) const LLanes& LanesAt(const float* from) {
+    return *reinterpret_cast<const LLanes*>(from);
+}
+
+// One output frame of `Count` channels, which share the loading of the row. The order of the additions does
+// not depend on the count.
+template <int Count>
+inline __attribute__((always_inline)) void ConvolveFrame(const float* row, int taps,
+                                                         const float* const* planes, int64_t at,
+                                                         float* dest) {
+    LLanes sums[Count][kSums] = {};
+    int k = 0;
+    for (; k + kSums * kLanes <= taps; k += kSums * kLanes) {
+        for (int s = 0; s < kSums; ++s) {
+            const LLanes& factor = LanesAt(row + k + s * kLanes);
+            for (int c = 0; c < Count; ++c) sums[c][s] += factor * LanesAt(planes[c] + at + k + s * kLanes);
+        }
+    }
+    for (; k < taps; k += kLanes) {
+        const LLanes& factor = LanesAt(row + k);
+        for (int c = 0; c < Count; ++c) sums[c][0] += factor * LanesAt(planes[c] + at + k);
+    }
+    for (int c = 0; c < Count; ++c) {
+        const LLanes sum = (sums[c][0] + sums[c][1]) + (sums[c][2] + sums[c][3]);
+        dest[c] = ((sum[0] + sum[4]) + (sum[1] + sum[5])) + ((sum[2] + sum[6]) + (sum[3] + sum[7]));
+    }
+}
 
 // `planes`: one pointer a channel to the input of the first output frame's first tap. `row`: room for one.
 ONDARIX_WIDE void ConvolvePiece(const LRateKernel& kernel, const float* const* planes, int channels,
@@ -72,24 +106,12 @@ ONDARIX_WIDE void ConvolvePiece(const LRateKernel& kernel, const float* const* p
             for (int k = 0; k < taps; ++k) row[k] = low[k] + part * (high[k] - low[k]);
             taken = row;
         }
-        for (int channel = 0; channel < channels; ++channel) {
-            const float* const from = planes[channel] + at;
-            LLanes even = {}, odd = {};
-            int k = 0;
-            for (; k + 2 * kLanes <= taps; k += 2 * kLanes) {
-                even +=
-                    *reinterpret_cast<const LLanes*>(taken + k) * *reinterpret_cast<const LLanes*>(from + k);
-                odd += *reinterpret_cast<const LLanes*>(taken + k + kLanes) *
-                       *reinterpret_cast<const LLanes*>(from + k + kLanes);
-            }
-            if (k < taps) {
-                even +=
-                    *reinterpret_cast<const LLanes*>(taken + k) * *reinterpret_cast<const LLanes*>(from + k);
-            }
-            even += odd;
-            *dest++ =
-                ((even[0] + even[4]) + (even[1] + even[5])) + ((even[2] + even[6]) + (even[3] + even[7]));
+        int channel = 0;
+        for (; channel + 2 <= channels; channel += 2) {
+            ConvolveFrame<2>(taken, taps, planes + channel, at, dest + channel);
         }
+        if (channel < channels) ConvolveFrame<1>(taken, taps, planes + channel, at, dest + channel);
+        dest += channels;
         at += whole;
         phase += rest;
         if (phase >= kernel.up) {
@@ -151,7 +173,7 @@ LResampler::Stage::Stage(int64_t from, int64_t to, int channels, Fetch fetch)
     up_ = to / common;
     down_ = from / common;
     const double ratio = std::max(1.0, static_cast<double>(from) / static_cast<double>(to));
-    before_ = static_cast<int64_t>(kHalfTaps * ratio);
+    before_ = static_cast<int64_t>(kTaps / 2 * ratio);
     const auto used = static_cast<int>(2 * before_ + 2);
     taps_ = (used + kLanes - 1) / kLanes * kLanes;
     BuildTable(ratio);

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Sample rate conversion by a polyphase windowed sinc: linear phase, without delay (frame 0 stays frame 0).
+// Sample rate conversion by a polyphase filter: linear phase, without delay (frame 0 stays frame 0).
 //
-// Each phase has 63 taps, counted in periods of the lower of the two rates, under a Kaiser window (J. F.
-// Kaiser, "Nonrecursive digital filter design using the I0-sinh window function", 1974). With frequencies as
-// parts of the lower rate: flat within 0.1 dB up to 0.45, at least 110 dB down from 0.55, so that what a
-// conversion adds to 0 .. 0.45 is below -110 dB. Each phase is scaled to a gain of exactly 1 at 0 Hz.
+// Each phase has 63 taps, counted in periods of the lower of the two rates, of a least-squares low-pass. With
+// frequencies as parts of the lower rate: flat within 0.001 dB up to 0.42 and 0.1 dB up to 0.45, at least
+// 110 dB down from 0.55, 127 dB from 0.56 and 136 dB from 0.57. So what a conversion adds to the sound is
+// below -110 dB from 0 to 0.45 and below -130 dB from 0 to 0.43. Each phase is scaled to a gain of exactly 1
+// at 0 Hz.
 //
 // A frame of the output depends on its number and on the input alone: not on how much is made at once, nor on
 // what was made before. One thread at a time.
