@@ -32,6 +32,7 @@ class LFrameDocuments {
     virtual LDocumentNotifier& Notifier() = 0;
     // By its number; false: not available now.
     virtual bool RunCommand(int id) = 0;
+    virtual bool IsAvailable(int /*id*/) { return true; }
     virtual QWidget* Window() = 0;  // owner of dialogs
 };
 

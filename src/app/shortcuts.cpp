@@ -20,8 +20,6 @@ QList<QKeySequence> KeysOfText(const QString& text) {
     return keys;
 }
 
-QList<QKeySequence> TableKeys(const LCommandRow& row) { return KeysOfText(QString::fromUtf8(row.shortcut)); }
-
 // Nullopt where the text says nothing that can be used.
 std::optional<QList<QKeySequence>> UserKeys(const QString& stored) {
     if (stored == kNoKey) return QList<QKeySequence>();
@@ -32,7 +30,7 @@ std::optional<QList<QKeySequence>> UserKeys(const QString& stored) {
 
 void WriteKeys(const LCommandRow& row, const QList<QKeySequence>& keys) {
     const QString name = QString::number(row.id);
-    if (keys == TableKeys(row))
+    if (keys == TableShortcuts(row))
         DeleteSetting(kKeySection, name);
     else
         SetSettingString(
@@ -42,21 +40,25 @@ void WriteKeys(const LCommandRow& row, const QList<QKeySequence>& keys) {
 
 }  // namespace
 
+QList<QKeySequence> TableShortcuts(const LCommandRow& row) {
+    return KeysOfText(QString::fromUtf8(row.shortcut));
+}
+
 QHash<int, QList<QKeySequence>> AllShortcuts() {
     QHash<QString, QString> stored;
     for (const SettingRow& one : ListSettings(kKeySection)) stored.insert(one.name, one.value);
     QHash<int, QList<QKeySequence>> all;
     for (const LCommandRow& row : CommandTable())
-        all.insert(row.id, UserKeys(stored.value(QString::number(row.id))).value_or(TableKeys(row)));
+        all.insert(row.id, UserKeys(stored.value(QString::number(row.id))).value_or(TableShortcuts(row)));
     return all;
 }
 
 QList<QKeySequence> ShortcutsOf(const LCommandRow& row) {
     const QString stored = GetSettingString(kKeySection, QString::number(row.id), {});
-    return UserKeys(stored).value_or(TableKeys(row));
+    return UserKeys(stored).value_or(TableShortcuts(row));
 }
 
-bool HasOwnShortcuts(const LCommandRow& row) { return ShortcutsOf(row) != TableKeys(row); }
+bool HasOwnShortcuts(const LCommandRow& row) { return ShortcutsOf(row) != TableShortcuts(row); }
 
 void StoreShortcuts(int id, const QList<QKeySequence>& keys) {
     const auto all = AllShortcuts();
@@ -72,7 +74,7 @@ void StoreShortcuts(int id, const QList<QKeySequence>& keys) {
 }
 
 void ResetShortcuts(int id) {
-    if (const LCommandRow* row = FindCommand(id)) StoreShortcuts(id, TableKeys(*row));
+    if (const LCommandRow* row = FindCommand(id)) StoreShortcuts(id, TableShortcuts(*row));
 }
 
 void ResetShortcuts() {

@@ -13,6 +13,7 @@ namespace ondarix {
 QList<QKeySequence> ShortcutsOf(const LCommandRow& row);
 // Of all commands by their numbers, with one look into the settings.
 QHash<int, QList<QKeySequence>> AllShortcuts();
+QList<QKeySequence> TableShortcuts(const LCommandRow& row);  // the first ones, of the table
 // Others than the table's.
 bool HasOwnShortcuts(const LCommandRow& row);
 // Taken away from other commands that had them.
