@@ -183,7 +183,8 @@ bool LBookmarkChunks::ReadWord(uint32_t& word) {
 //
 // Nothing in the file says which form it has. A form is taken when its records fill the file to the last byte
 // and each holds a possible place. With fields of fixed size the two counts exclude each other: a file of
-// 4 + 1061 n bytes is never one of 1 + 1061 m.
+// 4 + 1061 n bytes is never one of 1 + 1061 m. Texts of any length prove less: in a file that lost its end,
+// what is left could pass for other bookmarks. There each must have a name and a rate, too.
 
 struct LFlatForm {
     int countBytes;
@@ -236,6 +237,7 @@ bool LFlatBookmarks::ReadOne(LBookmark& bookmark) {
     bookmark.index = Take<uint32_t>();
     bookmark.kind = Take<uint8_t>();
     bookmark.colourOrFlags = Take<uint32_t>();
+    if (!form_.fixedTexts && (rate == 0 || bookmark.name.isEmpty())) return false;
     return PlaceBookmark(bookmark, position, rate, rate_);
 }
 
