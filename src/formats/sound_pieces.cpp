@@ -27,6 +27,8 @@ struct PieceJob {
     const LSoundDocument* document;
     LPiece piece;
     QString path;
+    std::optional<LFormatRecord> record = {};
+    bool shaping = true;
 };
 
 // One file's share of the progress of all.
@@ -95,6 +97,8 @@ void ChoosePaths(std::vector<PieceJob>& jobs, const LPieceTarget& target) {
         }
         used.insert(name.toCaseFolded());
         job.path = QDir(target.folder).filePath(name + target.extension);
+        job.record = target.record;
+        job.shaping = target.shaping;
     }
 }
 
@@ -135,7 +139,8 @@ JobResult SaveOne(const PieceJob& job, LProgress& progress, LEditHost& host) {
     LSaveRequest request;
     request.sound = &sound;
     request.path = job.path;
-    request.record = RecordForPiece(*job.document);
+    request.record = job.record ? *job.record : RecordForPiece(*job.document);
+    request.shaping = job.shaping;
     request.bookmarks = &kNoBookmarks;
     progress.SetStatus(QFileInfo(job.path).fileName(), 1);
     const SaveResult result = SaveSound(request, progress, host.Messages()).result;

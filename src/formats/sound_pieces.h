@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Pieces of a sound, or regions, each saved as a file of its own.
 #pragma once
+#include <optional>
+
+#include "formats/format_record.h"
 #include "sound/marks.h"
 
 namespace ondarix {
@@ -8,6 +11,9 @@ namespace ondarix {
 struct LPieceTarget {
     QString folder;     // full path; asked to be created when it is missing
     QString extension;  // ".wav"
+    // How a ".wav" is coded; none: as the document's own file, or as the settings say.
+    std::optional<LFormatRecord> record = {};
+    bool shaping = true;  // of 8- and 16-bit samples
 };
 
 // Whether a file can bear the name, an extension behind it, on any common system: some text without slashes,
