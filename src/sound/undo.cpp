@@ -65,7 +65,7 @@ void LSoundDocument::Displace(int slot) {
 
 void LSoundDocument::ForgetDisplaced() {
     for (auto& [slot, entry] : displaced_.entries) {
-        if (slot == displaced_.savedIndex && savedIndex == kNoSlot)
+        if (savedIndex == kNoSlot && !savedApart_ && !entry.state.isModified)
             savedApart_ = std::make_unique<LUndoEntry>(std::move(entry));
     }
     displaced_ = {};
@@ -198,7 +198,6 @@ void LSoundDocument::MarkUnsaved() {
 
 const LUndoEntry* LSoundDocument::SavedEntry() {
     if (savedIndex != kNoSlot) return Entry(savedIndex).label.isEmpty() ? nullptr : &Entry(savedIndex);
-    if (savedApart_) return savedApart_.get();
     if (path.isEmpty() || !QFileInfo(path).isReadable()) return nullptr;
     const int before = Entry(undoIndex).label.isEmpty() ? 0 : PlaceOf(undoIndex) + 1;
     for (int back = 0; back < before; ++back) {
@@ -207,7 +206,7 @@ const LUndoEntry* LSoundDocument::SavedEntry() {
         savedIndex = slot;
         return &Entry(slot);
     }
-    return nullptr;
+    return savedApart_.get();
 }
 
 bool LSoundDocument::CanRevertToSaved() {
