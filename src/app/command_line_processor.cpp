@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <array>
 
+#include "app/commands.h"
+#include "app/shortcuts.h"
 #include "gen/bytes.h"
 #include "gen/text.h"
 
@@ -29,6 +31,8 @@ struct LSwitchWalk {
     qsizetype next = 0;
     bool ended = false;
     QString listener;
+    int code = LCommandLineProcessor::kSuccess;
+    QString reply;
 
     bool HasNext() const { return next < arguments.size(); }
     QString Take() { return HasNext() ? arguments[next++] : QString(); }
@@ -131,6 +135,33 @@ void ListSwitch(LSwitchWalk& walk) {
     }
 }
 
+// A number, or the text of the command as its menu shows it.
+const LCommandRow* CommandNamed(const QString& name) {
+    bool isNumber = false;
+    const int id = name.toInt(&isNumber);
+    const LCommandRow* row = isNumber ? FindCommand(id) : FindCommand(name);
+    return row && IsVisible(*row) ? row : nullptr;
+}
+
+// What comes after a command that did not run was meant for its result, and is left out.
+void CommandSwitch(LSwitchWalk& walk) {
+    const QString name = walk.Take();
+    const LCommandRow* row = CommandNamed(name);
+    if (name.isEmpty()) {
+        walk.code = LCommandLineProcessor::kNoData;
+        walk.reply = QStringLiteral("Command Not Specified.");
+    } else if (!row) {
+        walk.code = LCommandLineProcessor::kNoCommand;
+        walk.reply = QStringLiteral("There is no command \"%1\".").arg(name);
+    } else {
+        const bool ran = walk.frame.RunCommand(row->id);
+        walk.code = ran ? LCommandLineProcessor::kSuccess : LCommandLineProcessor::kNotNow;
+        walk.reply =
+            ran ? PlainText(*row) : QStringLiteral("\"%1\" is not available now.").arg(PlainText(*row));
+    }
+    walk.ended = walk.code != LCommandLineProcessor::kSuccess;
+}
+
 void OpenPath(LSwitchWalk& walk, const QString& path) {
     const QString extension = LowerExtension(path);
     if (extension.isEmpty()) return;
@@ -174,6 +205,7 @@ constexpr SwitchRow kSwitches[] = {
     {"-window", Takes::kTwoTexts, Window::kForward, WindowSwitch},
     {"-batch", Takes::kBatch, Window::kForward, BatchSwitch},
     {"-list", Takes::kPath, Window::kForward, ListSwitch},
+    {"-command", Takes::kText, Window::kMustAccept, CommandSwitch},
     {"-runedit", Takes::kNothing, Window::kUntouched, [](LSwitchWalk&) {}},
     {"-addlistener", Takes::kText, Window::kUntouched,
      [](LSwitchWalk& walk) { walk.listener = CutToFixedText(walk.Take()); }},
@@ -185,17 +217,22 @@ const SwitchRow* SwitchOf(const QString& argument) {
     return nullptr;
 }
 
-void RunSwitches(LFrameActions& frame, const QStringList& arguments) {
-    LSwitchWalk walk{frame, arguments, 0, false, {}};
+int RunSwitches(LFrameActions& frame, const QStringList& arguments, QString& reply) {
+    LSwitchWalk walk{frame, arguments, 0, false, {}, LCommandLineProcessor::kSuccess, {}};
     while (walk.HasNext() && !walk.ended) {
         const QString argument = walk.Take();
         const SwitchRow* row = SwitchOf(argument);
         const Window window = row ? row->window : Window::kForward;
-        if (window != Window::kUntouched && !frame.CanAcceptWork()) break;
+        if (window != Window::kUntouched && !frame.CanAcceptWork()) {
+            if (row && row->run == CommandSwitch) walk.code = LCommandLineProcessor::kNotNow;
+            break;
+        }
         if (window == Window::kForward) frame.BringForward();
         row ? row->run(walk) : OpenPath(walk, argument);
     }
     if (!walk.listener.isEmpty()) frame.AddListener(walk.listener);
+    reply = walk.reply;
+    return walk.code;
 }
 
 // --- Single requests
@@ -205,6 +242,29 @@ QString StateText(const LProgramState& state) {
                             {QStringLiteral("open"), QJsonArray::fromStringList(state.open)},
                             {QStringLiteral("listeners"), QJsonArray::fromStringList(state.listeners)}};
     return QString::fromUtf8(QJsonDocument(facts).toJson(QJsonDocument::Compact));
+}
+
+QJsonObject CommandFacts(const LCommandRow& row, LFrameActions& frame) {
+    return {{QStringLiteral("id"), row.id},
+            {QStringLiteral("text"), PlainText(row)},
+            {QStringLiteral("path"), CommandPath(row)},
+            {QStringLiteral("keys"), QKeySequence::listToString(ShortcutsOf(row))},
+            {QStringLiteral("available"), frame.IsAvailable(row.id)}};
+}
+
+// The answer has room for the short form of all commands, and for the long form of one menu.
+QString CommandsText(LFrameActions& frame, const QString& menu) {
+    QJsonArray commands;
+    for (const LCommandRow& row : CommandTable()) {
+        const QString title = QString::fromUtf8(MenuTitle(row.menu)).remove(QLatin1Char('&'));
+        if (!IsVisible(row) || row.menu == LMenuId::kContext) continue;
+        if (menu.isEmpty())
+            commands.append(
+                QJsonObject{{QStringLiteral("id"), row.id}, {QStringLiteral("text"), PlainText(row)}});
+        else if (title.compare(menu, Qt::CaseInsensitive) == 0)
+            commands.append(CommandFacts(row, frame));
+    }
+    return QString::fromUtf8(QJsonDocument(commands).toJson(QJsonDocument::Compact));
 }
 
 // --- Portable arguments
@@ -250,8 +310,10 @@ int LCommandLineProcessor::Process(const QStringList& arguments, QString& reply)
         reply = QStringLiteral(ONDARIX_VERSION);
     } else if (SameSwitch(rest[0], "-state")) {
         reply = StateText(state_ ? state_() : LProgramState());
+    } else if (SameSwitch(rest[0], "-commands")) {
+        reply = CommandsText(frame_, rest.value(1));
     } else {
-        RunSwitches(frame_, rest);
+        return RunSwitches(frame_, rest, reply);
     }
     return kSuccess;
 }

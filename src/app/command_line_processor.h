@@ -5,8 +5,11 @@
 //   -testapi TEXT   "API Test OK [TEXT]."
 //   -version        the program's version
 //   -state          one line of JSON: {"pid": 1, "open": ["/a.wav"], "listeners": ["name"]}
+//   -commands       one line of JSON: [{"id": 2001, "text": "Undo"}, ...]
+//   -commands MENU  those of a menu, with their paths, keys and whether they can run now
 //
-// Everything else goes through the switch loop, see kSwitches in the source. Names compare without case.
+// Everything else goes through the switch loop, see kSwitches in the source. Names compare without case. A
+// command in it answers too; the answer of the last one counts.
 #pragma once
 #include <QString>
 #include <QStringList>
@@ -24,7 +27,7 @@ struct LProgramState {
 
 class LCommandLineProcessor {
   public:
-    enum Code : int { kSuccess = 0, kNoData = -1, kNoCommand = -2 };
+    enum Code : int { kSuccess = 0, kNoData = -1, kNoCommand = -2, kNotNow = -3 };
 
     explicit LCommandLineProcessor(LFrameActions& frame, std::function<LProgramState()> state = nullptr)
         : frame_(frame), state_(std::move(state)) {}

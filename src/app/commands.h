@@ -92,6 +92,9 @@ enum LCommand : int {
     kCmdZoomIn = 5001,
     kCmdZoomOut = 5002,
     kCmdZoomFull = 5003,
+    kCmdZoomToDb = 5004,
+    kCmdMonoView = 5005,
+    kCmdMultiChannelView = 5006,
     kCmdZoomToSelection = 5007,
     kCmdVerticalIn = 5008,
     kCmdVerticalOut = 5009,
@@ -128,6 +131,9 @@ enum LCommand : int {
 
     kCmdBookmarkHere = 13001,
     kCmdMoveHere = 13002,
+    kCmdSelectAround = 13003,
+    kCmdRenameHere = 13004,  // the bookmark or region under the mouse
+    kCmdDeleteHere = 13005,
     kCmdHeading = 65535,
 };
 
@@ -161,6 +167,7 @@ enum class LNeed : uint8_t {
     kSeveral,   // at least two sounds
     kChannels,  // at least two channels; for one channel alone, that one
     kMarks,     // both positions of the selection to be recalled
+    kPlace,     // a bookmark or region under the mouse
 };
 
 // Commands of a subsystem that is not there stand in the table, and nowhere else.

@@ -86,7 +86,7 @@ constexpr LCommandRow kEditRows[] = {
     {kCmdJoin, kIn, 0, "&Join", "join", "Ctrl+Shift+J", kSeveral},
     {kCmdSaveRegionAs, kIn, 0, "Save Selected Re&gion As...", "saveregion", "Ctrl+Alt+R", kContent},
     {2064, kIn, 0, "Clip Classification", "", "", kContent, kPlain, kNeural},
-    {kCmdSampleEditing, kIn, 0, "Sampl&e Editing Mode", "pencil", "Ctrl+Alt+E", kNothing,
+    {kCmdSampleEditing, kIn, 0, "Sampl&e Editing Mode", "pencil", "Ctrl+Alt+E", kSound,
      kSeparatorBefore | kCheckable},
     {kCmdHeading, kIn, 0, "Edit &One Channel", "", "", kNothing},
     {kCmdEditWhole, kIn, 1, "&All Channels", "", "Ctrl+Alt+0", kChannels, kCheckable},

@@ -1,18 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 #include <QActionGroup>
+#include <QDockWidget>
 #include <QHash>
 #include <QLabel>
 #include <QMainWindow>
-#include <QMdiArea>
 #include <QMenu>
+#include <QPointer>
 #include <QTimer>
 #include <memory>
 #include <optional>
+#include <vector>
 
+#include "app/commands.h"
 #include "app/frame_actions.h"
+#include "app/frame_area.h"
 #include "app/frame_documents.h"
 #include "app/sound_window.h"
+#include "app/system_clipboard.h"
+#include "app/tool_tabs.h"
 #include "formats/format_record.h"
 #include "gen/messages.h"
 
@@ -29,10 +35,12 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
 
     // What a first painted window does not need.
     void AfterStartup();
-    // Every command goes through here, by its number. False: not available now.
+    // Every command goes through here, by its number. False: not available now, or ended by a helper.
     bool RunCommand(int id) override;
     // Whether the command's needs are met.
-    bool IsAvailable(int id);
+    bool IsAvailable(int id) override;
+    // Offered every command first; true ends its way.
+    void AddCommandHelper(std::function<bool(int id)> helper) { helpers_.push_back(std::move(helper)); }
 
     LSoundWindow* ActiveSound() override;
     QList<LSoundWindow*> Sounds() override;
@@ -41,6 +49,28 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     // Replaces the message boxes.
     void SetMessageHost(std::unique_ptr<LMessageHost> host) { messages_ = std::move(host); }
     const QStringList& Listeners() const { return listeners_; }
+
+    // What the commands do with the frame.
+    QAction* ActionOf(int id) const { return actions_.value(id); }  // null: unknown or hidden
+    void ShowHint(const QString& text);
+    // Where the context menu of a waveform was asked for, until the next command has run.
+    const std::optional<LViewPlace>& ContextPlace() const { return contextPlace_; }
+    QString NextTitle();  // of a sound without a file
+    bool Save(LSoundWindow& window);
+    bool AskAndSaveAs(LSoundWindow& window);
+    void SaveAll();
+    void CloseAll();
+    void OpenRecent(int index);
+    LSoundArea& Area() { return *area_; }
+    LDesktopClipboard& DesktopClipboard() { return *desktopClipboard_; }
+    bool ShowsTools() const;
+    void ShowTools(bool on);
+    bool ShowsSidePanel() const;
+    void ShowSidePanel(bool on);
+    // Shows what the settings say now: keys, theme, looks of the views.
+    void SettingsChanged();
+    // The one window of its kind beside the sounds, made by `make` when it is not there.
+    void ShowBeside(const char* name, const std::function<QDialog*()>& make);
 
     // LFrameActions.
     bool CanAcceptWork() const override;
@@ -84,6 +114,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
   protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
 
@@ -91,66 +122,63 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     // Construction.
     void BuildActions();
     void BuildMenus();
-    void BuildToolbar();
+    void BuildTools();
     void BuildStatusBar();
-    void PaintArea();
     void RestorePlace();
     void StorePlace() const;
+    QMenu* ContextMenu();
+    void ShowContextMenu(LSoundWindow& window, QPoint global, const LViewPlace& place);
 
     // State.
+    bool MeetsNeed(LNeed need, int id);
+    void AfterCommand();
     void RefreshActions();
+    void RefreshAction(const LCommandRow& row);
+    void RefreshChecks();
+    void ShowSelected();
     void ShowStatus();
     void ShowRecentFiles();
     void ShowOpenWindows();
     void ShowDisk();
+    void SoundsChanged();
+    void ExplainRefusal(const LCommandRow& row);
 
-    // File commands.
-    void OpenCommand();
-    void SaveAllCommand();
-    void CloseAllCommand();
-    void OpenRecent(int index);
+    // Files.
     LSoundWindow* AddSound(LSoundDocumentRef document);
+    void ConnectSound(LSoundWindow& window);
     bool LoadInto(LSoundDocument& document, const QString& path, int openDocuments);
+    bool IsOpen(const QString& path);
     // Files that other programs change or remove while they are open.
     void CheckFilesOnDisk();
     void AskAboutChangedFile(LSoundWindow& window);
+    bool LoadAgain(LSoundDocument& document);
     bool MayOverwrite(const LSoundDocument& document, const QString& path);
-    bool Save(LSoundWindow& window);
-    bool AskAndSaveAs(LSoundWindow& window);
     bool MayClose(LSoundWindow& window);
+    bool MayLoseRegions(const LSoundDocument& document);
     LFormatRecord RecordFor(LSoundWindow& window) const;
-
-    // Edit commands.
-    void ShowEdited(LSoundWindow& window, int64_t start, int64_t end);
-    void CutCommand();
-    void CopyCommand();
-    void PasteCommand();
-    void PasteToNewCommand();
-    void DeleteCommand();
-    void TrimCommand();
-    void SilenceCommand();
-    bool ClipAs(LSoundFormat format, LSound& converted);
-
-    // View commands.
-    void ToggleDb();
-    void ChooseTheme(int id);
-    void AboutCommand();
 
     LSoundWindow* WindowOf(const LSoundDocument& document);
 
     LDocumentNotifier notifier_;
-    QMdiArea* area_ = nullptr;
+    LSoundArea* area_ = nullptr;
+    LToolTabs* tools_ = nullptr;
+    QToolBar* toolBar_ = nullptr;
+    QDockWidget* sidePanel_ = nullptr;
     QHash<int, QAction*> actions_;
     QActionGroup* themes_ = nullptr;
     QMenu* moreRecent_ = nullptr;
     QMenu* viewMenu_ = nullptr;
+    QMenu* contextMenu_ = nullptr;
     QList<QAction*> windowActions_;  // at the end of the view menu, while it is shown
     QLabel *position_ = nullptr, *selection_ = nullptr, *format_ = nullptr, *length_ = nullptr,
            *disk_ = nullptr;
     QTimer diskTimer_;
     std::unique_ptr<LMessageHost> messages_;
     std::unique_ptr<LDesktopTheme> desktopTheme_;
-    std::unique_ptr<LSound> clip_;  // null: nothing copied yet
+    std::unique_ptr<LDesktopClipboard> desktopClipboard_;
+    std::vector<std::function<bool(int)>> helpers_;
+    QHash<QString, QPointer<QDialog>> beside_;
+    std::optional<LViewPlace> contextPlace_;
     QStringList listeners_;
     int untitled_ = 0;      // number of the last new sound
     bool closing_ = false;  // nothing is asked any more

@@ -48,6 +48,9 @@ class LFrameActions {
     virtual bool OpenProject(const QString& path) = 0;
     virtual bool MayOpenMore() const = 0;            // below the limit
     virtual void OpenLink(const QString& link) = 0;  // "vmk.ondarix:..."
+    // A command by its number; false: it cannot run now. Without a frame's commands nothing can.
+    virtual bool RunCommand(int) { return false; }
+    virtual bool IsAvailable(int) { return false; }
     // Listeners of the automation interface; a name already there is not added again.
     virtual void AddListener(const QString& name) = 0;
 };

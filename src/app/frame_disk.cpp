@@ -52,14 +52,25 @@ void LMainFrame::AskAboutChangedFile(LSoundWindow& window) {
             {QStringLiteral("&Load Again"), QStringLiteral("&Keep")}, kKeep);
     }
     if (!alive) return;
-    if (answer == kLoadAgain && LoadInto(document, document.path, 0)) {
-        ShowEdited(window, 0, 0);
-        document.isModified = false;
-    } else {
-        document.isModified = true;  // no file holds this sound now
+    if (answer == kLoadAgain && LoadAgain(document)) return;
+    if (!alive) return;
+    document.isModified = true;  // no file holds this sound now
+    DocumentChanged(document);
+}
+
+// A step of the history: what was here before can be had back.
+bool LMainFrame::LoadAgain(LSoundDocument& document) {
+    document.PushUndo(QStringLiteral("Load File"), true);
+    if (!LoadInto(document, document.path, 0)) {
+        document.PopUndo();
+        return false;
     }
-    window.ShowTitle();
-    RefreshActions();
+    document.channelEditMode = LSoundDocument::kEditsWhole;
+    document.channelSound.reset();
+    document.Select(0, 0);
+    document.MarkSaved();
+    Refresh(document);
+    return true;
 }
 
 bool LMainFrame::MayOverwrite(const LSoundDocument& document, const QString& path) {

@@ -37,6 +37,13 @@ std::optional<LFormatRecord> RecordOfFile(const QString& path) {
     return std::nullopt;
 }
 
+// "tone_1.wav" of "tone.wav".
+QString DuplicateTitle(const QString& path) {
+    const QFileInfo file(path);
+    const QString suffix = file.suffix().isEmpty() ? QString() : QLatin1Char('.') + file.suffix();
+    return file.completeBaseName() + QStringLiteral("_1") + suffix;
+}
+
 QStringList LocalFiles(const QMimeData* data) {
     QStringList paths;
     for (const QUrl& url : data->urls())
@@ -60,6 +67,7 @@ bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int ope
     });
     if (result != JobResult::kSuccess || loaded.takenOver) return false;
     document.sound = std::move(loaded.sound);
+    document.bookmarks = std::move(loaded.bookmarks);
     document.path = path;
     document.file = facts;
     document.title = QFileInfo(path).fileName();
@@ -68,12 +76,33 @@ bool LMainFrame::LoadInto(LSoundDocument& document, const QString& path, int ope
     return true;
 }
 
+bool LMainFrame::IsOpen(const QString& path) {
+    const auto sounds = Sounds();
+    return std::any_of(sounds.begin(), sounds.end(),
+                       [&](LSoundWindow* window) { return window->Document().path == path; });
+}
+
 // The end may have been asked for while the sound before this one was loaded.
 bool LMainFrame::OpenSound(const QString& path) {
     if (closing_) return false;
     const QString full = QFileInfo(path).absoluteFilePath();
+    enum { kDuplicate, kLoad, kCancel };
+    int answer = kLoad;
+    if (MayOpenMore() && IsOpen(full))
+        answer = messages_->Ask(
+            QStringLiteral("File Already Open"),
+            QStringLiteral("This file is already open. Would you like to create a duplicate file?"),
+            {QStringLiteral("Create Duplicate"), QStringLiteral("Load File"), QStringLiteral("Cancel")},
+            kCancel);
+    if (answer == kCancel || closing_) return false;
     LSoundDocumentRef document(new LSoundDocument);
-    if (!LoadInto(*document.Get(), full, static_cast<int>(Sounds().size()))) return false;
+    if (!LoadInto(*document, full, static_cast<int>(Sounds().size()))) return false;
+    document->PushUndo(QStringLiteral("Load File"), false);
+    if (answer == kDuplicate) {
+        document->path.clear();
+        document->title = DuplicateTitle(full);
+        document->readOnly = false;
+    }
     AddSound(document)->fileRecord = RecordOfFile(full);
     RememberRecentFile(full);
     return true;
@@ -92,39 +121,53 @@ void LMainFrame::OpenFiles(const QStringList& paths) {
     }
 }
 
-void LMainFrame::OpenCommand() { OpenFiles(AskOpenFiles(this)); }
-
 void LMainFrame::OpenRecent(int index) {
     const QString path = RecentFiles().value(index);
     if (path.isEmpty()) return;
     if (!OpenSound(path) && !QFileInfo::exists(path)) ForgetRecentFile(path);
 }
 
+QString LMainFrame::NextTitle() {
+    return GetSettingString(QStringLiteral("Settings"), QStringLiteral("FileNameFormat"),
+                            QStringLiteral("Untitled_%autonumber%"))
+        .replace(QStringLiteral("%autonumber%"), QString::number(++untitled_));
+}
+
 LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
+    // The base of the history: without one the first change could not be undone.
+    if (document->HistorySlots().empty()) document->PushUndo(QStringLiteral("New File"), false);
     auto* window = new LSoundWindow(std::move(document), *this);
     window->mayClose = [this](LSoundWindow& sound) { return closing_ || MayClose(sound); };
-    connect(window, &LSoundWindow::SelectionChanged, this, &LMainFrame::RefreshActions);
-    const auto others = area_->subWindowList();
-    const bool maximize =
-        GetSettingBool(QStringLiteral("Settings"), QStringLiteral("MaximizeWindows"), false) ||
-        (area_->currentSubWindow() && area_->currentSubWindow()->isMaximized());
-    QMdiSubWindow* child = area_->addSubWindow(window);
-    child->setWindowIcon(windowIcon());
-    // Qt's own entry for closing has the same shortcut as the command, and two of them cancel each other.
-    for (QAction* action : child->systemMenu()->actions()) action->setShortcuts(QList<QKeySequence>());
-    if (maximize) {
-        child->showMaximized();
-    } else {
-        // A staircase: every title bar can be seen and reached.
-        const int step = 28 * static_cast<int>(others.size() % 8);
-        child->setGeometry(area_->viewport()->rect().adjusted(step, step, 0, 0));
-        child->show();
-    }
-    area_->setActiveSubWindow(child);
+    ConnectSound(*window);
+    connect(window, &QObject::destroyed, this, &LMainFrame::SoundsChanged, Qt::QueuedConnection);
+    area_->Place(window, windowIcon());
     window->View().setFocus();
-    area_->viewport()->update();
-    RefreshActions();
+    SoundsChanged();
     return window;
+}
+
+// What is asked for by mouse in the window goes the way of the commands.
+void LMainFrame::ConnectSound(LSoundWindow& window) {
+    connect(&window, &LSoundWindow::SelectionChanged, this, &LMainFrame::ShowSelected);
+    connect(&window, &LSoundWindow::Hint, this, &LMainFrame::ShowHint);
+    connect(&window.View(), &LWaveView::SampleEditingChanged, this, &LMainFrame::RefreshChecks);
+    connect(
+        &window, &LSoundWindow::ContextMenuRequested, this,
+        [this, &window](QPoint global, const LViewPlace& place) { ShowContextMenu(window, global, place); });
+    connect(&window, &LSoundWindow::ChannelClicked, this, [this, &window](int channel) {
+        const LSoundDocument& document = window.Document();
+        const bool alone = document.channelEditMode == LSoundDocument::kEditsChannel;
+        RunCommand(alone && document.editedChannel == channel ? kCmdEditWhole
+                                                              : kCmdEditFirstChannel + channel);
+    });
+    connect(&window, &LSoundWindow::RenameBookmarkRequested, this, [this](uint index) {
+        contextPlace_ = LViewPlace{.bookmarkIndex = index};
+        RunCommand(kCmdRenameHere);
+    });
+    connect(&window, &LSoundWindow::RenameRegionRequested, this, [this](uint serial) {
+        contextPlace_ = LViewPlace{.regionSerial = serial};
+        RunCommand(kCmdRenameHere);
+    });
 }
 
 void LMainFrame::dragEnterEvent(QDragEnterEvent* event) {
@@ -177,6 +220,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
     request.path = path;
     request.record = record;
     request.documentReadOnly = document.readOnly;
+    request.bookmarks = &document.bookmarks;
     if (document.attachment)
         request.foreignChunks = *std::static_pointer_cast<LForeignChunks>(document.attachment);
     LSaveOutcome outcome;
@@ -191,15 +235,15 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
     document.path = QFileInfo(path).absoluteFilePath();
     document.file = LSourceFacts::Of(document.path);
     document.title = QFileInfo(path).fileName();
-    document.isModified = false;
+    document.MarkSaved();
     window.fileRecord = RecordOfFile(path);
-    window.ShowTitle();
     RememberRecentFile(document.path);
-    RefreshActions();
+    DocumentChanged(document);
+    Q_EMIT notifier_.ListChanged();
     return true;
 }
 
-void LMainFrame::SaveAllCommand() {
+void LMainFrame::SaveAll() {
     for (LSoundWindow* window : Sounds())
         if (window->Document().isModified && !Save(*window)) return;
 }
@@ -216,15 +260,34 @@ void LMainFrame::SaveActiveAs(const QString& path) {
 // --- Closing
 
 bool LMainFrame::MayClose(LSoundWindow& window) {
-    if (!window.Document().isModified) return true;
-    if (auto* child = qobject_cast<QMdiSubWindow*>(window.parentWidget())) area_->setActiveSubWindow(child);
-    enum { kSave, kDiscard, kCancel };
-    const int answer = messages_->Ask(
-        QStringLiteral("Ondarix"),
-        QStringLiteral("Save the changes to \"%1\" before it is closed?").arg(window.Document().title),
-        {QStringLiteral("&Save"), QStringLiteral("&Discard"), QStringLiteral("Cancel")}, kCancel);
-    if (answer == kSave) return Save(window);
-    return answer == kDiscard;
+    const LSoundDocument& document = window.Document();
+    if (document.isModified) {
+        Activate(window);
+        enum { kSave, kDiscard, kCancel };
+        const int answer = messages_->Ask(
+            QStringLiteral("Ondarix"),
+            QStringLiteral("Save the changes to \"%1\" before it is closed?").arg(document.title),
+            {QStringLiteral("&Save"), QStringLiteral("&Discard"), QStringLiteral("Cancel")}, kCancel);
+        if (answer == kDiscard) return true;
+        if (answer != kSave || !Save(window)) return false;
+    }
+    return MayLoseRegions(document);
+}
+
+// No file of a sound holds them.
+bool LMainFrame::MayLoseRegions(const LSoundDocument& document) {
+    const QString section = QStringLiteral("Settings"), name = QStringLiteral("RegionsWarnUserWhenClosing");
+    if (document.regions.empty() || !GetSettingBool(section, name, true)) return true;
+    enum { kClose, kCancel };
+    bool quiet = false;
+    const int answer =
+        messages_->Ask(QStringLiteral("Ondarix"),
+                       QStringLiteral("The regions of \"%1\" are not saved with it. Close it all the same?")
+                           .arg(document.title),
+                       {QStringLiteral("&Close"), QStringLiteral("Cancel")}, kCancel,
+                       QStringLiteral("Do not warn of regions any more"), &quiet);
+    if (quiet && answer == kClose) SetSettingBool(section, name, false);
+    return answer == kClose;
 }
 
 // Everything is asked before anything goes.
@@ -234,7 +297,7 @@ bool LMainFrame::CanClose() {
     return true;
 }
 
-void LMainFrame::CloseAllCommand() {
+void LMainFrame::CloseAll() {
     if (!CanClose()) return;
     for (LSoundWindow* window : Sounds()) {
         window->mayClose = nullptr;

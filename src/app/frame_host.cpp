@@ -27,6 +27,7 @@ void LMainFrame::Refresh(LSoundDocument& document) {
     if (LSoundWindow* window = WindowOf(document)) window->Refresh();
     RefreshActions();
     Q_EMIT notifier_.DocumentChanged(&document);
+    Q_EMIT notifier_.SelectionChanged();
 }
 
 bool LMainFrame::AddDocument(LSoundDocumentRef document) {

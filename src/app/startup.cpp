@@ -48,6 +48,7 @@ constexpr const char* kUsage =
     "  -list FILE               open the sounds that a text file lists, one path a line\n"
     "  -play, -record, -stop, -restart\n"
     "                           playback and recording\n"
+    "  -command COMMAND         run a command of the menus, by its number or its text\n"
     "  -window WIDTH HEIGHT     size of the window's inside\n"
     "  -minimize, -maximize, -restore\n"
     "                           state of the window\n"

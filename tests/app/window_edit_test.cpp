@@ -228,7 +228,8 @@ TEST_F(WindowTest, EveryShortcutReachesItsCommandAndNoOther) {
         QObject::connect(action, &QAction::triggered, action, [&triggered, id] { ++triggered[id]; });
     }
     for (const LCommandRow& row : CommandTable()) {
-        ASSERT_TRUE(actions.contains(row.id)) << row.text;
+        ASSERT_EQ(actions.contains(row.id), IsVisible(row)) << row.text;
+        if (!IsVisible(row)) continue;
         for (const QKeySequence& keys : actions[row.id]->shortcuts()) {
             triggered.clear();
             QTest::keySequence(&window->View(), keys);
@@ -239,8 +240,10 @@ TEST_F(WindowTest, EveryShortcutReachesItsCommandAndNoOther) {
 
 TEST_F(WindowTest, NoMoreThanFortyFiveSounds) {
     const QString path = MakeWav("tone.wav", "16", "0.1");
+    enum { kDuplicate, kLoad };
     for (int i = 0; i < 45; ++i) {
         ASSERT_TRUE(frame->MayOpenMore());
+        messages->answers = {kLoad};
         ASSERT_TRUE(frame->OpenSound(path));
     }
     EXPECT_FALSE(frame->MayOpenMore());

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A real frame with real files, without a desktop.
 #pragma once
+#include <QClipboard>
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -38,6 +40,7 @@ class WindowTest : public testing::Test {
         ASSERT_TRUE(folder.isValid());
         ASSERT_TRUE(OpenCache());
         for (const QString& path : RecentFiles()) ForgetRecentFile(path);
+        QGuiApplication::clipboard()->clear();
         frame = std::make_unique<LMainFrame>();
         auto host = std::make_unique<LScriptedMessages>();
         messages = host.get();
