@@ -148,9 +148,9 @@ JobResult MergeInto(LSound& whole, int channel, const LSound& old, LSound& edite
     LSound stretch, replacement, merged;
     whole.CopyRange(head, std::max(length, wholeLength) - tail, stretch);
     edited.CopyRange(head, length - tail, replacement);
-    const JobResult result = host.RunJob(QString::fromLatin1(kReplacingChannel), [&](LProgress& progress) {
-        return ReplaceChannel(stretch, channel, replacement, merged, progress);
-    });
+    const JobResult result = RunEditJob(
+        host, QString::fromLatin1(kReplacingChannel),
+        [&](LProgress& progress) { return ReplaceChannel(stretch, channel, replacement, merged, progress); });
     if (result != JobResult::kSuccess) return result;
     whole.Replace(head, std::min(length - tail, wholeLength), merged);
     return JobResult::kSuccess;
@@ -207,7 +207,7 @@ JobResult EditChannel(LSoundDocument& document, LEditHost& host, int channel) {
         if (alone && channel == document.editedChannel) return JobResult::kSuccess;
         auto extracted = std::make_unique<LSound>();
         const JobResult result =
-            host.RunJob(QString::fromLatin1(kExtractingChannel), [&](LProgress& progress) {
+            RunEditJob(host, QString::fromLatin1(kExtractingChannel), [&](LProgress& progress) {
                 return ExtractChannel(document.sound, channel, *extracted, progress);
             });
         if (result != JobResult::kSuccess) return result;

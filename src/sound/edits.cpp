@@ -87,13 +87,27 @@ void ReplaceFrames(LSoundDocument& document, int64_t start, int64_t end, const L
     document.Select(start, start + added);
 }
 
+JobResult RunEditJob(LEditHost& host, const QString& title,
+                     const std::function<JobResult(LProgress&)>& work) {
+    return host.RunJob(title, [&](LProgress& progress) {
+        const JobResult result = work(progress);
+        if (result == JobResult::kFailed) {
+            progress.ReportError(
+                QStringLiteral("The result could not be written to the working folder \"%1\". Please "
+                               "make sure that there is enough free disk space and try again.")
+                    .arg(CacheFolder()));
+        }
+        return result;
+    });
+}
+
 JobResult ConvertForEdit(LEditHost& host, const QString& title, const LSound& sound, LSoundFormat format,
                          LSound& out) {
     LNullProgress nobody;
     if (sound.Format() == format) {
         return sound.ConvertFormat(out, format.sampleRate, format.channels, nobody);
     }
-    return host.RunJob(title, [&](LProgress& progress) {
+    return RunEditJob(host, title, [&](LProgress& progress) {
         return sound.ConvertFormat(out, format.sampleRate, format.channels, progress);
     });
 }

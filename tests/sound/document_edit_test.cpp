@@ -232,6 +232,7 @@ TEST_F(DocumentEditTest, CancellingAndAFullDiskLeaveEverythingAsItWas) {
     };
     host_.cancelAfter = 3;
     attempt(JobResult::kCancelled);
+    EXPECT_EQ(host_.told, QStringList()) << "who cancels knows why";
     host_.cancelAfter = 1 << 30;
     struct rlimit before {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
@@ -239,6 +240,8 @@ TEST_F(DocumentEditTest, CancellingAndAFullDiskLeaveEverythingAsItWas) {
     const struct rlimit small { 300000, before.rlim_max };
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
     attempt(JobResult::kFailed);
+    EXPECT_EQ(host_.told.filter("Error|The result could not be written to the working folder").size(), 4);
+    host_.told.clear();
     const struct rlimit none { 0, before.rlim_max };
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &none), 0);
     const float drawn[] = {1, 2, 3};

@@ -15,7 +15,7 @@ class LTestEditHost final : public LEditHost, private LMessageHost {
     LMessageHost& Messages() override { return *this; }
     JobResult RunJob(const QString& title, const std::function<JobResult(LProgress&)>& work) override {
         jobs << title;
-        LJobProgress progress(cancelAfter);
+        LJobProgress progress(cancelAfter, told);
         return work(progress);
     }
     bool StopForEdit(LSoundDocument&) override { return mayEdit; }
@@ -29,7 +29,7 @@ class LTestEditHost final : public LEditHost, private LMessageHost {
     void PlaySelection(LSoundDocument&) override { ++played; }
 
     std::deque<int> answers;  // to questions, in order; none left: the safe one
-    QStringList told;         // "title|text" of messages and questions
+    QStringList told;         // "title|text" of messages, questions and failed jobs ("Error")
     QStringList jobs;         // titles
     std::vector<LSoundDocumentRef> documents;
     int cancelAfter = 1 << 30;  // blocks of each job
@@ -39,14 +39,17 @@ class LTestEditHost final : public LEditHost, private LMessageHost {
   private:
     class LJobProgress final : public LProgress {
       public:
-        explicit LJobProgress(int blocks) : left_(blocks) {}
+        LJobProgress(int blocks, QStringList& told) : left_(blocks), told_(told) {}
         bool IsCancelled() override { return left_-- <= 0; }
         WaitResult Sleep(int) override { return WaitResult::kSignalled; }
         WaitResult WaitForHandle(LWaitHandle, int) override { return WaitResult::kSignalled; }
         WaitResult WaitForHandles(const LHandleList&, int) override { return WaitResult::kSignalled; }
 
+        void ReportError(const QString& text) override { told_ << QStringLiteral("Error|") + text; }
+
       private:
         int left_;
+        QStringList& told_;
     };
     void Tell(const QString& title, const QString& text) override { told << title + u'|' + text; }
     int Ask(const QString& title, const QString& text, const QStringList&, int safe, const QString&,
