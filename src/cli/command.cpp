@@ -82,6 +82,18 @@ QString CheckOperandCount(const LParsedLine& line) {
     return {};
 }
 
+// A line for each, or two where the left side is long.
+QString OperationLines(const std::vector<LOperationHelp>& rows) {
+    constexpr qsizetype kColumn = 34;
+    QString text;
+    for (const LOperationHelp& row : rows) {
+        QString left = QString("  %1 %2").arg(row.name, row.operands);
+        if (left.size() > kColumn) left += '\n' + QString(kColumn, ' ');
+        text += QString("%1 %2\n").arg(left, -static_cast<int>(kColumn)).arg(row.help);
+    }
+    return text;
+}
+
 QString OptionLines(std::span<const LOptionRow> rows) {
     QString text;
     for (const LOptionRow& row : rows) {
@@ -133,6 +145,7 @@ QString UsageLine(const LCommandRow& command) {
 QString CommandHelp(const LCommandRow& command) {
     QString text = QString("Usage: %1\n%2.\n").arg(UsageLine(command), command.summary);
     if (*command.details) text += '\n' + QString::fromUtf8(command.details);
+    if (command.operations) text += "\nOperations:\n" + OperationLines(command.operations());
     text += "\nOptions:\n" + OptionLines(command.options) + OptionLines(CommonOptions());
     return text;
 }

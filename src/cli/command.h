@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 #include <span>
+#include <vector>
 
 namespace ondarix {
 
@@ -29,6 +30,13 @@ struct LArguments {
 
 inline constexpr int kAnyNumber = -1;
 
+// An operation of a command that takes several, for the help.
+struct LOperationHelp {
+    const char* name;
+    const char* operands;
+    const char* help;  // one line
+};
+
 struct LCommandRow {
     const char* name;                     // one word or two: "info", "cache list"
     const char* operands;                 // "IN OUT OPERATION..."
@@ -38,6 +46,7 @@ struct LCommandRow {
     int minOperands;
     int maxOperands;  // kAnyNumber: no limit
     ExitStatus (*run)(const LArguments& arguments, LContext& context);
+    std::vector<LOperationHelp> (*operations)() = nullptr;
 };
 
 // Every row, in the order of the help.

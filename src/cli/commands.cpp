@@ -12,6 +12,8 @@ constexpr LOptionRow kInfoOptions[] = {
     kProgressOption,
 };
 constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kProgressOption};
+constexpr LOptionRow kEditOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kHistoryOption,
+                                       kProgressOption};
 
 constexpr const char* kInfoDetails =
     "Only headers are read, unless --level is given. Every file is looked at, also after one that\n"
@@ -37,8 +39,8 @@ constexpr LCommandRow kCommands[] = {
     {"info", "FILE...", "Tell what sound files hold", kInfoDetails, kInfoOptions, 1, kAnyNumber, &RunInfo},
     {"convert", "IN OUT", "Write a sound file in another kind or coding", kConvertDetails, kWriteOptions, 2,
      2, &RunConvert},
-    {"edit", "IN OUT OPERATION...", "Cut, join and scale a sound, and save the result", kEditDetails,
-     kWriteOptions, 3, kAnyNumber, &RunEdit},
+    {"edit", "IN OUT OPERATION...", "Cut, join and split a sound, and save the result", kEditDetails,
+     kEditOptions, 3, kAnyNumber, &RunEdit, &EditOperations},
     {"formats", "", "List the kinds of files that can be opened and saved", "", {}, 0, 0, &RunFormats},
     {"cache list", "", "List the editor's working files", "", {}, 0, 0, &RunCacheList},
     {"cache clean",

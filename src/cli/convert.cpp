@@ -4,7 +4,8 @@
 namespace ondarix {
 
 ExitStatus RunConvert(const LArguments& arguments, LContext& context) {
-    return RewriteSound(arguments, context, [](LSound&) { return ExitStatus::kSuccess; });
+    return RewriteSound(arguments, context,
+                        [](LLoadedSound&, const LOutput&) { return ExitStatus::kSuccess; });
 }
 
 }  // namespace ondarix

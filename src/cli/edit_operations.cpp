@@ -2,78 +2,134 @@
 #include "cli/edit_operations.h"
 
 #include <algorithm>
-#include <span>
+#include <cmath>
+#include <cstring>
+
+#include "gen/text.h"
 
 namespace ondarix {
-
-// What an operation takes, one letter an operand: P position, L length, N times, % percentage, F file.
-struct LEditRow {
-    const char* name;
-    const char* operands;
-    void (*apply)(LSound& sound, int64_t first, int64_t second, int64_t number, const LSound* inserted);
-};
-
 namespace {
 
-constexpr int64_t kMostTimes = 1'000'000;
-constexpr int64_t kMostPercent = 1'000'000;
-// A piece of a sound takes some hundred bytes of memory, and saving copies the list once.
-constexpr int64_t kMostPieces = 100'000;
-
-constexpr LEditRow kSteps[] = {
-    {"delete", "PP", [](LSound& s, int64_t a, int64_t b, int64_t, const LSound*) { s.Delete(a, b); }},
-    {"keep", "PP", [](LSound& s, int64_t a, int64_t b, int64_t, const LSound*) { s.Keep(a, b); }},
-    {"silence", "PP", [](LSound& s, int64_t a, int64_t b, int64_t, const LSound*) { s.Silence(a, b); }},
-    {"insert-silence", "PL",
-     [](LSound& s, int64_t a, int64_t b, int64_t, const LSound*) { s.InsertSilence(a, b); }},
-    {"insert", "PF",
-     [](LSound& s, int64_t a, int64_t, int64_t, const LSound* inserted) { s.Insert(a, *inserted); }},
-    {"repeat", "PPN",
-     [](LSound& s, int64_t a, int64_t b, int64_t times, const LSound*) { s.Repeat(a, b, times); }},
-    {"scale", "PP%",
-     [](LSound& s, int64_t a, int64_t b, int64_t percent, const LSound*) {
-         s.ScaleRangePercent(a, b, static_cast<int>(percent));
-     }},
+// Whole numbers that an operand may be.
+struct LNumberKind {
+    char kind;
+    int64_t least, most;
+    const char* what;
+};
+constexpr LNumberKind kNumberKinds[] = {
+    {'N', 0, 1'000'000, "a number of times"},
+    {'%', -1'000'000, 1'000'000, "a whole percentage"},
+    {'K', 1, 100'000, "a number"},
+    {'R', 1, 10'000'000, "a sample rate"},
+    {'C', 1, 255, "a number of channels"},
+    {'H', 1, 255, "a channel, or \"all\","},
+    {'M', 0, 3'600'000, "a number of milliseconds"},
 };
 
-const LEditRow* FindStep(const QString& name) {
-    const auto found = std::find_if(std::begin(kSteps), std::end(kSteps),
-                                    [&](const LEditRow& row) { return name == row.name; });
-    return found == std::end(kSteps) ? nullptr : found;
-}
-
-bool ParseNumber(const QString& word, int64_t least, int64_t most, int64_t& number) {
-    bool ok = false;
-    number = word.toLongLong(&ok);
-    return ok && number >= least && number <= most;
-}
-
-// Empty on success.
-QString ParseOperand(QChar kind, const QString& word, int positionIndex, LEditStep& step) {
-    switch (kind.unicode()) {
-        case 'F':
-            step.file = word;
-            return word.isEmpty() ? QString("the name of the file is empty") : QString();
-        case 'N':
-            return ParseNumber(word, 0, kMostTimes, step.number)
-                       ? QString()
-                       : QString("\"%1\" is not a number of times (0 to %2)").arg(word).arg(kMostTimes);
-        case '%':
-            return ParseNumber(word, -kMostPercent, kMostPercent, step.number)
-                       ? QString()
-                       : QString("\"%1\" is not a whole percentage").arg(word);
-        default:
-            break;
+template <typename F>
+void ForEachRow(F&& use) {
+    for (const auto rows : {SoundSteps(), CommandSteps(), MarkSteps(), PieceSteps()}) {
+        for (const LEditRow& row : rows) use(row);
     }
+}
+
+const LEditRow* FindStep(const QString& name) {
+    const LEditRow* found = nullptr;
+    ForEachRow([&](const LEditRow& row) {
+        if (name == row.name) found = &row;
+    });
+    return found;
+}
+
+// Empty on success, as the other parsers here.
+QString ParseNumber(const LNumberKind& kind, const QString& word, LEditStep& step) {
+    if (kind.kind == 'H' && word == "all") return {};
+    bool ok = false;
+    step.number = word.toLongLong(&ok);
+    if (ok && step.number >= kind.least && step.number <= kind.most) return {};
+    return QString("\"%1\" is not %2 (%3 to %4)").arg(word, kind.what).arg(kind.least).arg(kind.most);
+}
+
+QString ParseDecibels(const QString& word, LEditStep& step) {
+    bool ok = false;
+    step.decibels = word.toDouble(&ok);
+    if (ok && step.decibels >= -90 && step.decibels <= 0) return {};
+    return QString("\"%1\" is not a level in dB (-90 to 0)").arg(word);
+}
+
+QString ParsePlace(char kind, const QString& word, LEditStep& step) {
     const auto position = ParsePosition(word);
     if (!position)
         return QString("\"%1\" is not a position (as 12345, 1.5s, 250ms, 0:01:02.5, end)").arg(word);
-    if (kind == 'L' && (position->fromEnd || position->negative)) {
+    if (kind == 'L' && (position->fromEnd || position->negative))
         return QString("\"%1\" is not a length").arg(word);
-    }
-    step.positions[positionIndex] = *position;
+    step.positions.push_back(*position);
     return {};
 }
+
+// Of a bookmark or region: text of one line.
+QString CheckName(const QString& name) {
+    const bool controls = std::any_of(name.begin(), name.end(), [](QChar c) {
+        return c.category() == QChar::Other_Control || c == QChar::LineSeparator ||
+               c == QChar::ParagraphSeparator;
+    });
+    if (name.trimmed().isEmpty()) return "the name is empty";
+    if (controls) return QString("the name \"%1\" holds control characters").arg(name);
+    if (name.size() > kFixedTextLength)
+        return QString("the name is longer than %1 characters").arg(kFixedTextLength);
+    return {};
+}
+
+QString ParseOperand(char kind, const QString& word, LEditStep& step) {
+    for (const LNumberKind& number : kNumberKinds) {
+        if (number.kind == kind) return ParseNumber(number, word, step);
+    }
+    if (kind == 'D') return ParseDecibels(word, step);
+    if (kind == 'P' || kind == 'Q' || kind == 'L') return ParsePlace(kind, word, step);
+    step.texts += word;
+    if (kind == 'T') return CheckName(word);
+    const char* const what = kind == 'F' ? "file" : "folder";
+    return word.isEmpty() ? QString("the name of the %1 is empty").arg(what) : QString();
+}
+
+// Takes the operands behind the name that stands before `index`.
+QString ParseStep(const QStringList& words, qsizetype& index, LEditStep& step) {
+    const auto isOver = [&] { return index >= words.size() || FindStep(words[index]); };
+    for (const char* kind = step.row->kinds; *kind; ++kind) {
+        if (*kind == '[') {
+            if (isOver()) return {};
+            continue;
+        }
+        if (index >= words.size()) return "an argument is missing";
+        QString fault;
+        do fault = ParseOperand(*kind, words[index++], step);
+        while (fault.isEmpty() && kind[1] == '+' && !isOver());
+        if (!fault.isEmpty()) return fault;
+        if (kind[1] == '+') ++kind;
+    }
+    return {};
+}
+
+// The frames that a step means, or why it cannot mean any.
+QString ResolvePlaces(const LEditStep& step, const LSound& sound, std::vector<int64_t>& at) {
+    const int64_t length = sound.Length();
+    for (const LPosition& position : step.positions) {
+        at.push_back(position.Resolve(length, sound.sampleRate));
+        if (std::abs(at.back()) > kMostFrames) return "the position is out of range";
+    }
+    const char* kinds = step.row->kinds + std::strspn(step.row->kinds, "[");
+    if (std::strncmp(kinds, "PP", 2) != 0 && std::strncmp(kinds, "QQ", 2) != 0) kinds = "";
+    if (*kinds && at.size() >= 2 && at[0] > at[1])
+        return QString("the range ends (frame %1) before it starts (frame %2)").arg(at[1]).arg(at[0]);
+    if (!std::strchr(step.row->kinds, 'Q')) return {};
+    for (const int64_t frame : at) {
+        if (frame < 0 || frame > length)
+            return QString("frame %1 lies outside the sound, which has %2").arg(frame).arg(length);
+    }
+    return {};
+}
+
+}  // namespace
 
 int64_t CountPieces(const LSound& sound) {
     int64_t pieces = 0;
@@ -81,31 +137,6 @@ int64_t CountPieces(const LSound& sound) {
         ++pieces;
     return pieces;
 }
-
-// Operations that make a sound longer are measured before, in double precision, which is enough for a limit
-// far below what 64 bits hold.
-QString CheckGrowth(const LEditStep& step, int64_t first, int64_t second, const LSound* inserted,
-                    const LSound& sound) {
-    double added = 0;
-    double pieces = static_cast<double>(CountPieces(sound)) + 4;
-    if (inserted) {
-        added = static_cast<double>(inserted->Length());
-        pieces += static_cast<double>(CountPieces(*inserted));
-    } else if (step.row->operands[1] == 'L') {
-        added = static_cast<double>(second);
-    } else if (step.row->operands[2] == 'N') {
-        LSound range;
-        sound.CopyRange(first, second, range);
-        added = static_cast<double>(second - first) * static_cast<double>(step.number);
-        pieces += static_cast<double>(CountPieces(range)) * static_cast<double>(step.number);
-    }
-    const auto reach = static_cast<double>(std::max({sound.Length(), std::abs(first), std::abs(second)}));
-    if (reach + added > static_cast<double>(kMostFrames)) return "the sound would become too long";
-    if (pieces > static_cast<double>(kMostPieces)) return "the sound would fall into too many pieces";
-    return {};
-}
-
-}  // namespace
 
 std::vector<LEditStep> ParseSteps(const QStringList& words, QString& error) {
     std::vector<LEditStep> steps;
@@ -118,40 +149,32 @@ std::vector<LEditStep> ParseSteps(const QStringList& words, QString& error) {
             return {};
         }
         ++index;
-        int positionIndex = 0;
-        for (const QChar kind : QLatin1String(step.row->operands)) {
-            const QString fault = index < words.size() ? ParseOperand(kind, words[index], positionIndex, step)
-                                                       : QString("an argument is missing");
-            if (!fault.isEmpty()) {
-                error = QString("%1: %2").arg(step.row->name, fault);
-                return {};
-            }
-            if (kind == 'P' || kind == 'L') ++positionIndex;
-            ++index;
+        const QString fault = ParseStep(words, index, step);
+        if (!fault.isEmpty()) {
+            error = QString("%1: %2").arg(step.row->name, fault);
+            return {};
         }
         steps.push_back(std::move(step));
     }
     return steps;
 }
 
-const char* StepName(const LEditStep& step) { return step.row->name; }
+JobResult ApplyStep(const LEditStep& step, LEditSession& session) {
+    std::vector<int64_t> at;
+    const QString fault = ResolvePlaces(step, session.Doc().Edited(), at);
+    if (!fault.isEmpty()) return session.Fault(fault);
+    const JobResult result = step.row->run(step, at, session);
+    if (result != JobResult::kSuccess) return result;
+    const LSound& sound = session.Doc().sound;
+    if (sound.Length() > kMostFrames) return session.Fault("the sound would become too long");
+    if (CountPieces(sound) > kMostPieces) return session.Fault("the sound would fall into too many pieces");
+    return result;
+}
 
-bool StepNeedsFile(const LEditStep& step) { return step.row->operands[1] == 'F'; }
-
-QString ApplyStep(const LEditStep& step, const LSound* inserted, LSound& sound) {
-    const int64_t length = sound.Length();
-    const int64_t first = step.positions[0].Resolve(length, sound.sampleRate);
-    const int64_t second = step.positions[1].Resolve(length, sound.sampleRate);
-    if (std::abs(first) > kMostFrames || std::abs(second) > kMostFrames) {
-        return "the position is out of range";
-    }
-    const bool isRange = step.row->operands[1] == 'P';
-    if (isRange && first > second) {
-        return QString("the range ends (frame %1) before it starts (frame %2)").arg(second).arg(first);
-    }
-    QString fault = CheckGrowth(step, first, second, inserted, sound);
-    if (fault.isEmpty()) step.row->apply(sound, first, second, step.number, inserted);
-    return fault;
+std::vector<LOperationHelp> EditOperations() {
+    std::vector<LOperationHelp> rows;
+    ForEachRow([&](const LEditRow& row) { rows.push_back({row.name, row.operands, row.help}); });
+    return rows;
 }
 
 }  // namespace ondarix

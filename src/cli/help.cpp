@@ -17,6 +17,14 @@ QJsonArray OptionsToJson(std::span<const LOptionRow> rows) {
     return array;
 }
 
+QJsonArray OperationsToJson(const LCommandRow& command) {
+    QJsonArray array;
+    for (const LOperationHelp& row : command.operations()) {
+        array += QJsonObject{{"name", row.name}, {"operands", row.operands}, {"help", row.help}};
+    }
+    return array;
+}
+
 }  // namespace
 
 ExitStatus RunHelp(const LArguments& arguments, LContext& context) {
@@ -27,11 +35,13 @@ ExitStatus RunHelp(const LArguments& arguments, LContext& context) {
         const QString name = row.name;
         if (!topic.isEmpty() && name != topic && !name.startsWith(topic + ' ')) continue;
         if (!topic.isEmpty()) text += (text.isEmpty() ? "" : "\n") + CommandHelp(row);
-        commands += QJsonObject{{"name", name},
-                                {"usage", UsageLine(row)},
-                                {"summary", row.summary},
-                                {"details", row.details},
-                                {"options", OptionsToJson(row.options)}};
+        QJsonObject command{{"name", name},
+                            {"usage", UsageLine(row)},
+                            {"summary", row.summary},
+                            {"details", row.details},
+                            {"options", OptionsToJson(row.options)}};
+        if (row.operations) command["operations"] = OperationsToJson(row);
+        commands += command;
     }
     if (commands.isEmpty()) {
         return context.console.Fail(QString("help: unknown command \"%1\"").arg(topic), ExitStatus::kUsage);

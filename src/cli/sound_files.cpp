@@ -75,15 +75,7 @@ class LWorkingFolder {
     bool open_;
 };
 
-// Where a sound goes and how, checked before any work is done.
-struct LOutput {
-    QString path;
-    const LCoding* coding = nullptr;  // null: as the input has it
-    bool noClobber = false;
-    bool noShaping = false;
-};
-
-ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& output) {
+ExitStatus CheckOutput(const LArguments& arguments, LContext& context, bool mayBeNone, LOutput& output) {
     LConsole& console = context.console;
     output.path = arguments.operands[1];
     output.noClobber = arguments.Has(kNoClobberOption.name);
@@ -97,8 +89,10 @@ ExitStatus CheckOutput(const LArguments& arguments, LContext& context, LOutput& 
                 QString("--bits: \"%1\" is none of 8, 16, 24, 32, float, alaw, mulaw").arg(name),
                 ExitStatus::kUsage);
         }
-        if (extension != ".wav") return console.Fail("--bits is for .wav files only", ExitStatus::kUsage);
+        if (extension != ".wav" && !(mayBeNone && output.IsNone()))
+            return console.Fail("--bits is for .wav files only", ExitStatus::kUsage);
     }
+    if (mayBeNone && output.IsNone()) return ExitStatus::kSuccess;
     if (extension.isEmpty()) {
         return console.Fail(
             QString("\"%1\" has no extension that tells the kind of file to write").arg(output.path));
@@ -139,6 +133,7 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
                                           sound.channels);
     request.foreignChunks = loaded.foreignChunks;
     request.shaping = !output.noShaping;
+    request.bookmarks = &loaded.bookmarks;
     const LSaveOutcome outcome = SaveSound(request, context.progress, context.host);
     const JobResult result = outcome.result == SaveResult::kSuccess     ? JobResult::kSuccess
                              : outcome.result == SaveResult::kCancelled ? JobResult::kCancelled
@@ -157,17 +152,18 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
 
 }  // namespace
 
-ExitStatus RewriteSound(const LArguments& arguments, LContext& context,
-                        const std::function<ExitStatus(LSound&)>& change) {
+ExitStatus RewriteSound(const LArguments& arguments, LContext& context, const LSoundChange& change,
+                        bool mayBeNone) {
     LOutput output;
-    ExitStatus status = CheckOutput(arguments, context, output);
+    ExitStatus status = CheckOutput(arguments, context, mayBeNone, output);
     if (status != ExitStatus::kSuccess) return status;
     const LWorkingFolder folder;
     if (!folder.IsOpen()) return context.console.Fail("no folder for working files can be made");
     LLoadedSound loaded;
     status = LoadInput(arguments.operands[0], context, loaded, output);
-    if (status == ExitStatus::kSuccess) status = change(loaded.sound);
-    return status == ExitStatus::kSuccess ? SaveFile(loaded, output, context) : status;
+    if (status == ExitStatus::kSuccess) status = change(loaded, output);
+    if (status != ExitStatus::kSuccess) return status;
+    return output.IsNone() ? context.Ended(JobResult::kSuccess, {}) : SaveFile(loaded, output, context);
 }
 
 }  // namespace ondarix

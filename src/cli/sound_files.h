@@ -28,10 +28,20 @@ const LCoding* FindCoding(uint16_t tag, uint16_t bits);
 
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded);
 
-// What the commands with IN and OUT do: checks OUT before any work is done, loads IN into a private folder,
-// lets `change` at the sound, saves it in the coding asked for or the one that it had, and fills the result
-// of a JSON run.
-ExitStatus RewriteSound(const LArguments& arguments, LContext& context,
-                        const std::function<ExitStatus(LSound&)>& change);
+// Where a sound goes and how, checked before any work is done.
+struct LOutput {
+    QString path;                     // "-": nowhere
+    const LCoding* coding = nullptr;  // that of the input where none is asked for; known once it is loaded
+    bool noClobber = false;
+    bool noShaping = false;
+    bool IsNone() const { return path == "-"; }
+};
+using LSoundChange = std::function<ExitStatus(LLoadedSound&, const LOutput&)>;
+
+// What the commands with IN and OUT do: checks OUT before any work is done, loads IN with its bookmarks into
+// a private folder, lets `change` at the sound, saves it in the coding asked for or the one that it had, the
+// bookmarks beside it, and fills the result of a JSON run. `mayBeNone`: OUT may be "-".
+ExitStatus RewriteSound(const LArguments& arguments, LContext& context, const LSoundChange& change,
+                        bool mayBeNone = false);
 
 }  // namespace ondarix

@@ -279,7 +279,8 @@ TEST(CliEdit, WrongOperationsAreToldBeforeAnythingIsOpened) {
     const QList<QStringList> lines = {
         {"delete", "1"},
         {"delete", "1", "2", "3"},
-        {"cut", "1", "2"},
+        {"cut", "1"},
+        {"frobnicate", "1", "2"},
         {"delete", "nan", "end"},
         {"delete", "0", "inf"},
         {"delete", "0", "1e3"},

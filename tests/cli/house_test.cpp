@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QRegularExpression>
 #include <QSet>
 #include <cstring>
 #include <thread>
@@ -131,6 +132,13 @@ TEST(CliHelp, IsThereForEveryCommandAndInTheManual) {
             EXPECT_TRUE(own.out.contains(word.toUtf8())) << word.toStdString();
             EXPECT_TRUE(manual.contains(word)) << "manual page: " << word.toStdString();
             EXPECT_TRUE(guide.contains(word)) << "guide: " << word.toStdString();
+        }
+        for (const auto& operation : row.toObject()["operations"].toArray()) {
+            const QString word = operation.toObject()["name"].toString();
+            EXPECT_TRUE(own.out.contains("\n  " + word.toUtf8())) << word.toStdString();
+            EXPECT_TRUE(manual.contains(QRegularExpression("\n\\.BI? " + word + "[ \n]")))
+                << "manual page: " << word.toStdString();
+            EXPECT_TRUE(guide.contains('`' + word)) << "guide: " << word.toStdString();
         }
         for (const QByteArray& line : own.out.split('\n')) EXPECT_LE(line.size(), 110) << line.toStdString();
     }
