@@ -117,7 +117,7 @@ void AskToReplace(std::vector<PieceJob>& jobs, LEditHost& host) {
 // The coding of the document's own file, as far as it can be written.
 LFormatRecord RecordForPiece(const LSoundDocument& document) {
     const LSoundFormat format = document.sound.Format();
-    const LFormatRecord stored = WavRecordFor(format);
+    LFormatRecord stored = WavRecordFor(format);
     if (LowerExtension(document.path) != QLatin1String(".wav") ||
         !GetSettingBool(kGeneralSection, "SaveSameFileFormat", true))
         return stored;
@@ -201,6 +201,7 @@ bool IsFileName(const QString& name) {
 JobResult SavePieces(const LSoundDocument& document, const std::vector<LPiece>& pieces,
                      const LPieceTarget& target, LEditHost& host, QStringList& written) {
     std::vector<PieceJob> jobs;
+    jobs.reserve(pieces.size());
     for (const LPiece& piece : pieces) jobs.push_back({&document, piece, {}});
     return SaveJobs(std::move(jobs), target, host, written);
 }

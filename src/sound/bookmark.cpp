@@ -37,7 +37,7 @@ QString FreeName(const std::vector<T>& taken, const QString& stem) {
     for (const T& one : taken) names.insert(one.name.toCaseFolded());
     const QString start = stem.left(kFixedTextLength - kRoomForNumber) + u' ';
     for (uint64_t number = 1;; ++number) {
-        const QString name = start + QString::number(number);
+        QString name = start + QString::number(number);
         if (!names.contains(name.toCaseFolded())) return name;
     }
 }

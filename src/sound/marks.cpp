@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dsp/peak.h"
 #include "gen/text.h"
 #include "sound/mark_change.h"
 #include "sound/readers.h"
@@ -65,22 +66,23 @@ bool IsTooMany(int64_t count, LEditHost& host) {
     return true;
 }
 
-// The first frame of the largest magnitude in [from, to); -1 where all is silent.
+// The first frame of the largest magnitude in [from, to); -1 where all is silent or the work is stopped.
 int64_t LoudestFrame(LSoundReader& reader, int64_t from, int64_t to, std::vector<float>& block,
                      LProgress& progress) {
     const int channels = reader.channels;
     float most = 0;
     int64_t found = -1;
     reader.Seek(from);
-    for (int64_t at = from; at < to && !progress.IsCancelled(); at += kBlockFrames) {
+    for (int64_t at = from; at < to; at += kBlockFrames) {
+        if (progress.IsCancelled()) return -1;
         const auto frames = static_cast<int32_t>(std::min<int64_t>(kBlockFrames, to - at));
-        reader.Read(block.data(), frames);
-        for (int64_t i = 0; i < int64_t{frames} * channels; ++i) {
-            const float magnitude = std::fabs(block[static_cast<size_t>(i)]);
-            if (!(magnitude > most)) continue;
-            most = magnitude;
-            found = at + i / channels;
-        }
+        const float* end = reader.Read(block.data(), frames);
+        const float blockMost = MaxMagnitude(block.data(), int64_t{frames} * channels);
+        if (!(blockMost > most)) continue;
+        most = blockMost;
+        const float* first = std::find_if(static_cast<const float*>(block.data()), end,
+                                          [&](float sample) { return std::fabs(sample) == most; });
+        found = at + (first - block.data()) / channels;
     }
     return found;
 }
