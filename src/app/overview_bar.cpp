@@ -10,9 +10,9 @@
 
 namespace ondarix {
 
-LOverviewBar::LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveColumns& columns,
+LOverviewBar::LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveColumnsWorker& worker,
                            QWidget* parent)
-    : QWidget(parent), document_(std::move(document)), range_(range), columns_(columns) {
+    : QWidget(parent), document_(std::move(document)), range_(range), worker_(worker) {
     setObjectName(QStringLiteral("overview"));
     setAccessibleName(QStringLiteral("Overview"));
     setAccessibleDescription(QStringLiteral("The whole sound; drag the frame to move the view"));
@@ -21,7 +21,13 @@ LOverviewBar::LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveC
     connect(range_, &LViewRange::Changed, this, QOverload<>::of(&QWidget::update));
 }
 
-void LOverviewBar::SoundChanged() {
+void LOverviewBar::SoundChanged(uint64_t number) {
+    columns_.SetSound(number);
+    askedFrames_ = -1;
+    Redraw();
+}
+
+void LOverviewBar::Redraw() {
     drawn_ = QPixmap();
     update();
 }
@@ -29,8 +35,33 @@ void LOverviewBar::SoundChanged() {
 void LOverviewBar::resizeEvent(QResizeEvent*) { drawn_ = QPixmap(); }
 
 void LOverviewBar::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::PaletteChange) SoundChanged();
+    if (event->type() == QEvent::PaletteChange) Redraw();
     QWidget::changeEvent(event);
+}
+
+void LOverviewBar::TakeColumns() {
+    bool other = false;
+    for (const LColumnBatch& batch : worker_.Fetch(kWorkerView)) {
+        const auto [from, to] = columns_.Take(batch);
+        other = other || from != to;
+    }
+    if (other) Redraw();
+}
+
+bool LOverviewBar::Complete(int ms) {
+    const int width = std::max(1, (QSizeF(size()) * devicePixelRatioF()).toSize().width());
+    const LColumnGrid grid{0, std::max<int64_t>(1, document_->sound.Length()), width};
+    columns_.Show(grid, 0, width);
+    const auto missing = columns_.Missing();
+    if (missing.first == missing.second) return true;
+    if (askedFrames_ != grid.frames || askedColumns_ != width) {
+        askedFrames_ = grid.frames;
+        askedColumns_ = width;
+        worker_.Ask(kWorkerView, grid, 0, width);
+    }
+    if (ms == 0 || !worker_.Wait(kWorkerView, ms)) return false;
+    TakeColumns();
+    return true;
 }
 
 // All channels in one, in pixels of the screen.
@@ -39,22 +70,23 @@ void LOverviewBar::DrawSound() {
     const qreal ratio = devicePixelRatioF();
     drawn_ = QPixmap((QSizeF(size()) * ratio).toSize());
     drawn_.fill(colours.background);
-    const int channels = std::max<int>(1, document_->sound.channels);
-    const auto columns = columns_.Compute(document_->sound, 0, document_->sound.Length(), drawn_.width());
+    Complete(0);
     QPainter painter(&drawn_);
     painter.setPen(Qt::NoPen);
     painter.setBrush(colours.wave);
     const double middle = drawn_.height() / 2.0, half = middle - 2 * ratio;
     QVector<QRect> bars;
-    for (size_t i = 0; i < columns.size(); i += static_cast<size_t>(channels)) {
-        float top = columns[i].top, bottom = columns[i].bottom;
-        for (size_t c = 1; c < static_cast<size_t>(channels); ++c) {
-            top = std::max(top, columns[i + c].top);
-            bottom = std::min(bottom, columns[i + c].bottom);
+    for (int x = 0; x < drawn_.width(); ++x) {
+        const LWaveColumn* column = columns_.At(x);
+        if (!column) continue;
+        float top = column->top, bottom = column->bottom;
+        for (int c = 1; c < columns_.Channels(); ++c) {
+            top = std::max(top, column[c].top);
+            bottom = std::min(bottom, column[c].bottom);
         }
         const int from = static_cast<int>(std::floor(middle - std::min(top, 1.0f) * half));
         const int to = static_cast<int>(std::ceil(middle - std::max(bottom, -1.0f) * half));
-        bars.push_back(QRect(static_cast<int>(i) / channels, from, 1, std::max(1, to - from)));
+        bars.push_back(QRect(x, from, 1, std::max(1, to - from)));
     }
     painter.drawRects(bars);
     painter.end();

@@ -4,7 +4,7 @@
 #include <QWidget>
 
 #include "app/view_range.h"
-#include "display/wave_columns.h"
+#include "app/wave_view_columns.h"
 #include "sound/document.h"
 
 namespace ondarix {
@@ -13,9 +13,14 @@ namespace ondarix {
 class LOverviewBar final : public QWidget {
     Q_OBJECT
   public:
-    // `columns` is shared with the wave view of the same window, so that a level is built once.
-    LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveColumns& columns, QWidget* parent);
-    void SoundChanged();
+    static constexpr int kWorkerView = 1;  // its number with the worker
+
+    // `worker` is shared with the wave view of the same window, so that a graph is read once.
+    LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveColumnsWorker& worker, QWidget* parent);
+    void SoundChanged(uint64_t number);  // the worker has another sound, of this number
+    void TakeColumns();                  // columns have come from the worker
+    // The sound as far as it is known, all of it where `ms` (negative: no limit) is enough for that.
+    bool Complete(int ms);
     QSize sizeHint() const override { return {100, 48}; }
 
   protected:
@@ -27,12 +32,16 @@ class LOverviewBar final : public QWidget {
 
   private:
     void DrawSound();
+    void Redraw();
     double XOf(int64_t frame) const;
     QRectF Frame() const;
 
     LSoundDocumentRef document_;
     LViewRange* range_;
-    LWaveColumns& columns_;
+    LWaveColumnsWorker& worker_;
+    LColumnStore columns_;
+    int64_t askedFrames_ = -1;
+    int askedColumns_ = 0;
     QPixmap drawn_;       // null: to be drawn
     double grabbed_ = 0;  // pixels from the frame's left side to the mouse
 };

@@ -17,27 +17,47 @@ constexpr int64_t kMostScrollSteps = 1 << 30;
 LSoundWindow::LSoundWindow(LSoundDocumentRef document, LEditHost& host)
     : document_(std::move(document)), host_(host) {
     setObjectName(QStringLiteral("soundWindow"));
-    range_.SetTotal(document_->sound.Length());
-    view_ = new LWaveView(document_, &range_, columns_, this);
+    range_.SetTotal(document_->Edited().Length());
+    // Called on the worker, while this window lives: its destructor ends the worker first.
+    worker_ = std::make_unique<LWaveColumnsWorker>(
+        [this] { QMetaObject::invokeMethod(this, &LSoundWindow::TakeColumns, Qt::QueuedConnection); });
+    view_ = new LWaveView(document_, &range_, *worker_, host_, this);
+    markerRow_ = new LMarkerRow(document_, &range_, host_, this);
+    channels_ = new LChannelBar(document_, this);
     timeRuler_ = new LTimeRuler(document_, &range_, this);
     levelRuler_ = new LLevelRuler(this);
-    overview_ = new LOverviewBar(document_, &range_, columns_, this);
+    overview_ = new LOverviewBar(document_, &range_, *worker_, this);
     scrollBar_ = new QScrollBar(Qt::Horizontal, this);
     scrollBar_->setObjectName(QStringLiteral("scrollBar"));
     scrollBar_->setAccessibleName(QStringLiteral("Position of the view"));
     scrollBar_->setAccessibleDescription(QStringLiteral("Moves the part of the sound in view"));
+    Arrange();
+    Connect();
+    ShowSound();
+    view_->SetShowsDb(GetSettingBool(QStringLiteral("Settings"), QStringLiteral("ShowDBLines"), false));
+    ShowRange();
+    ShowTitle();
+    setFocusProxy(view_);
+}
 
+LSoundWindow::~LSoundWindow() { worker_.reset(); }
+
+void LSoundWindow::Arrange() {
     auto* grid = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setSpacing(0);
-    grid->addWidget(timeRuler_, 0, 1);
-    grid->addWidget(levelRuler_, 1, 0);
-    grid->addWidget(view_, 1, 1);
-    grid->addWidget(scrollBar_, 2, 1);
-    grid->addWidget(overview_, 3, 1);
-    grid->setRowStretch(1, 1);
-    grid->setColumnStretch(1, 1);
+    grid->addWidget(timeRuler_, 0, 2);
+    grid->addWidget(markerRow_, 1, 2);
+    grid->addWidget(channels_, 2, 0);
+    grid->addWidget(levelRuler_, 2, 1);
+    grid->addWidget(view_, 2, 2);
+    grid->addWidget(scrollBar_, 3, 2);
+    grid->addWidget(overview_, 4, 2);
+    grid->setRowStretch(2, 1);
+    grid->setColumnStretch(2, 1);
+}
 
+void LSoundWindow::Connect() {
     connect(&range_, &LViewRange::Changed, this, &LSoundWindow::ShowRange);
     connect(scrollBar_, &QScrollBar::valueChanged, this,
             [this](int value) { range_.MoveTo(int64_t{value} * framesPerStep_); });
@@ -46,12 +66,59 @@ LSoundWindow::LSoundWindow(LSoundDocumentRef document, LEditHost& host)
         overview_->update();
         Q_EMIT SelectionChanged();
     });
-    connect(view_, &LWaveView::LevelsChanged, this,
-            [this] { levelRuler_->Set(document_->sound.channels, view_->VerticalZoom(), view_->ShowsDb()); });
-    view_->SetShowsDb(GetSettingBool(QStringLiteral("Settings"), QStringLiteral("ShowDBLines"), false));
-    ShowRange();
-    ShowTitle();
-    setFocusProxy(view_);
+    connect(view_, &LWaveView::LevelsChanged, this, &LSoundWindow::ShowLevels);
+    connect(view_, &LWaveView::Hint, this, &LSoundWindow::Hint);
+    connect(view_, &LWaveView::ContextMenuRequested, this, &LSoundWindow::ContextMenuRequested);
+    connect(markerRow_, &LMarkerRow::ContextMenuRequested, this, &LSoundWindow::ContextMenuRequested);
+    connect(markerRow_, &LMarkerRow::Moving, view_, QOverload<>::of(&QWidget::update));
+    connect(markerRow_, &LMarkerRow::GoTo, this, [this](qint64 frame) { view_->MoveCursor(frame, false); });
+    connect(markerRow_, &LMarkerRow::Left, this, [this] { view_->setFocus(); });
+    connect(markerRow_, &LMarkerRow::RenameRequested, this, [this](const LMarker& marker) {
+        if (marker.kind == LMarkerKind::kBookmark)
+            Q_EMIT RenameBookmarkRequested(marker.id);
+        else
+            Q_EMIT RenameRegionRequested(marker.id);
+    });
+    connect(channels_, &LChannelBar::ChannelClicked, this, &LSoundWindow::ChannelClicked);
+    connect(channels_, &LChannelBar::ContextMenuRequested, this, [this](QPoint global, int channel) {
+        Q_EMIT ContextMenuRequested(global, {view_->Cursor(), channel, 0, 0});
+    });
+    view_->SetMarkers(&markerRow_->Markers());
+    markerRow_->snap = [this](int64_t frame, Qt::KeyboardModifiers modifiers) {
+        return view_->Snapped(frame, modifiers);
+    };
+}
+
+// The sound or its marks are others.
+void LSoundWindow::ShowSound() {
+    const bool alone = document_->channelEditMode == LSoundDocument::kEditsChannel && document_->channelSound;
+    const uint64_t number = worker_->SetSound(
+        document_->sound, alone ? document_->channelSound.get() : nullptr, document_->editedChannel);
+    view_->SoundChanged(number);
+    overview_->SoundChanged(number);
+    markerRow_->MarkersChanged();
+    ShowLevels();
+}
+
+void LSoundWindow::ShowLevels() {
+    levelRuler_->Set(view_->Strips(), view_->VerticalZoom(), view_->ShowsDb());
+    channels_->Show(view_->MonoView());
+}
+
+void LSoundWindow::TakeColumns() {
+    view_->TakeColumns();
+    overview_->TakeColumns();
+}
+
+bool LSoundWindow::Complete(int ms) {
+    const bool view = view_->Complete(ms);
+    return overview_->Complete(ms) && view;
+}
+
+QImage LSoundWindow::Picture() {
+    Complete();
+    const QRect waves = view_->geometry().united(levelRuler_->geometry()).united(channels_->geometry());
+    return grab(waves.united(timeRuler_->geometry())).toImage();
 }
 
 void LSoundWindow::ShowRange() {
@@ -68,11 +135,11 @@ void LSoundWindow::ShowRange() {
 
 void LSoundWindow::Refresh() {
     document_->ClampPositions();
-    view_->SoundChanged();
-    overview_->SoundChanged();
     const int64_t start = document_->viewStart, end = document_->viewEnd;
-    range_.SetTotal(document_->sound.Length());
+    ShowSound();
+    range_.SetTotal(document_->Edited().Length());
     if (start < end) range_.Show(start, end - start);
+    ShowRange();
     view_->ShowSelection();
     ShowTitle();
 }

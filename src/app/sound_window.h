@@ -3,13 +3,15 @@
 #include <QScrollBar>
 #include <QWidget>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "app/overview_bar.h"
 #include "app/time_ruler.h"
 #include "app/view_range.h"
 #include "app/wave_view.h"
-#include "display/wave_columns.h"
+#include "app/wave_view_channels.h"
+#include "app/wave_view_marker_row.h"
 #include "formats/format_record.h"
 #include "sound/edit_host.h"
 
@@ -21,10 +23,16 @@ class LSoundWindow final : public QWidget {
   public:
     // `host` carries out what is dragged and drawn in the view; it outlives the window.
     LSoundWindow(LSoundDocumentRef document, LEditHost& host);
+    ~LSoundWindow() override;
 
     LSoundDocument& Document() { return *document_.Get(); }
     LWaveView& View() { return *view_; }
     LViewRange& Range() { return range_; }
+    LMarkerRow& MarkerRow() { return *markerRow_; }
+    // Waves, rulers and markers as they are shown, in pixels of the screen.
+    QImage Picture();
+    // Waits for columns that are still computed. True: everything in view is exact.
+    bool Complete(int ms = -1);
 
     // Shows the document as it is now: sound, marks, selection, view and title.
     void Refresh();
@@ -39,18 +47,30 @@ class LSoundWindow final : public QWidget {
   Q_SIGNALS:
     void SelectionChanged();
     void Closed();
+    void ContextMenuRequested(QPoint global, const ondarix::LViewPlace& place);
+    void ChannelClicked(int channel);  // from 0
+    void RenameBookmarkRequested(uint index);
+    void RenameRegionRequested(uint serial);
+    void Hint(const QString& text);  // for the status bar
 
   protected:
     void closeEvent(QCloseEvent* event) override;
 
   private:
     void ShowRange();
+    void ShowSound();
+    void ShowLevels();
+    void Arrange();
+    void Connect();
+    void TakeColumns();
 
     LSoundDocumentRef document_;
     LEditHost& host_;
     LViewRange range_;
-    LWaveColumns columns_;
+    std::unique_ptr<LWaveColumnsWorker> worker_;
     LWaveView* view_;
+    LMarkerRow* markerRow_;
+    LChannelBar* channels_;
     LTimeRuler* timeRuler_;
     LLevelRuler* levelRuler_;
     LOverviewBar* overview_;

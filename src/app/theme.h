@@ -22,9 +22,14 @@ struct LWaveColours {
     QColor grid;    // lines at labelled levels
     QColor cursor;
     QColor rulerBackground, rulerText, rulerTick;
-    QColor area;      // behind the windows of the sounds
-    QColor titleBar;  // of the window of the active sound
-    QColor clip;      // samples beyond full scale
+    QColor area;                    // behind the windows of the sounds
+    QColor titleBar;                // of the window of the active sound
+    QColor clip;                    // samples beyond full scale
+    QColor bookmark, bookmarkText;  // flag and line; the name on the flag
+    QColor region, regionText;      // border of a region; its name
+    QColor joint;                   // tick where edits have joined pieces
+    QColor pencil;                  // samples being drawn
+    QColor focus;                   // frame of what the keyboard works on
 };
 
 // The setting "Theme" of section "Settings".

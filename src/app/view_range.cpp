@@ -19,8 +19,10 @@ void LViewRange::Show(int64_t start, int64_t frames) {
     const int64_t most = std::max<int64_t>(1, total_);
     const int64_t shown = std::clamp(frames, std::min(kFewestFrames, most), most);
     const int64_t from = std::clamp<int64_t>(start, 0, std::max<int64_t>(0, total_ - shown));
+    if (start_ == from && frames_ == shown && shownTotal_ == total_) return;
     start_ = from;
     frames_ = shown;
+    shownTotal_ = total_;
     Q_EMIT Changed();
 }
 
@@ -33,10 +35,11 @@ void LViewRange::Zoom(double factor, int64_t anchor) {
     Show(anchor - static_cast<int64_t>(std::llround(part * static_cast<double>(shown))), frames);
 }
 
-void LViewRange::Reveal(int64_t frame) {
-    if (frame >= start_ && frame <= End()) return;
+int64_t LViewRange::RevealedStart(int64_t frame) const {
+    if (frame >= start_ && frame <= End()) return start_;
     const int64_t margin = frames_ / 10;
-    Show(frame < start_ ? frame - margin : frame - frames_ + margin, frames_);
+    const int64_t start = frame < start_ ? frame - margin : frame - frames_ + margin;
+    return std::clamp<int64_t>(start, 0, std::max<int64_t>(0, total_ - frames_));
 }
 
 double LViewRange::XOf(int64_t frame, int width) const {

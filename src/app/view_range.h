@@ -26,7 +26,8 @@ class LViewRange : public QObject {
     // Frames in view times `factor`, with `anchor` staying where it is.
     void Zoom(double factor, int64_t anchor);
     // Scrolls as little as needed to have `frame` in view, with a margin of a part of the view.
-    void Reveal(int64_t frame);
+    void Reveal(int64_t frame) { MoveTo(RevealedStart(frame)); }
+    int64_t RevealedStart(int64_t frame) const;
 
     // Place of a frame border in a control `width` wide, and the border nearest to a place.
     double XOf(int64_t frame, int width) const;
@@ -37,6 +38,7 @@ class LViewRange : public QObject {
 
   private:
     int64_t total_ = 0, start_ = 0, frames_ = 1;
+    int64_t shownTotal_ = -1;  // of which Changed() told last
 };
 
 }  // namespace ondarix
