@@ -38,8 +38,14 @@ LBookmarkWindow::LBookmarkWindow(LFrameDocuments& frame)
     : LListWindow(frame, QStringLiteral("Bookmark List"), QStringLiteral("Bookmark List"), kBookmarkColumns) {
     setObjectName(QStringLiteral("bookmarkWindow"));
     AddButtons();
-    list_->choose = [this] { GoToBookmark(); };
-    list_->remove = [this] { DeleteSelected(); };
+    list_->choose = [this] {
+        ShowNow();
+        GoToBookmark();
+    };
+    list_->remove = [this] {
+        ShowNow();
+        DeleteSelected();
+    };
     list_->selectionChange = [this] { EnableButtons(); };
     list_->Rows().edited = [this](uint32_t index, int column, const QString& text) {
         StoreCell(index, column, text);
@@ -74,6 +80,7 @@ LSoundDocument* LBookmarkWindow::Shown() {
 
 void LBookmarkWindow::ShowRows() {
     const LSoundDocument* document = Shown();
+    ListOnly(document);
     std::vector<LListRow> rows;
     if (document) {
         const int32_t rate = document->sound.sampleRate;
@@ -191,7 +198,7 @@ void LBookmarkWindow::DeleteAll() {
 
 void LBookmarkWindow::StoreCell(uint32_t index, int column, const QString& text) {
     const LSoundDocumentRef document(Shown());
-    if (!document || !FindBookmark(*document, index)) return;
+    if (!document || !ListsOnly(*document) || !FindBookmark(*document, index)) return;
     if (column == kBookmarkComment)
         SetBookmarkComment(*document, frame_.EditHost(), index, text);
     else

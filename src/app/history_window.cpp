@@ -17,12 +17,12 @@ quintptr IdOf(const LSoundDocument& document) { return reinterpret_cast<quintptr
 
 uint32_t After(int slot) { return (static_cast<uint32_t>(slot) + 1) % kHistorySlots; }
 
-// The slot that holds the present state: the one behind the newest entry after an undo, and the base of the
-// history before the first change. -1: the present state is not among the slots.
+// The slot that holds the present state: after an undo the one behind the newest entry, before the first
+// change the base of the history. -1: the present state is not among the slots.
 int PresentSlot(const LSoundDocument& document) {
     const int next = static_cast<int>(After(document.undoIndex));
     if (!document.Entry(next).label.isEmpty()) return next;
-    return document.CanUndo() || document.isModified ? -1 : document.undoIndex;
+    return document.Entry(document.undoIndex).isBase ? document.undoIndex : -1;
 }
 
 }  // namespace
@@ -72,6 +72,7 @@ LSoundDocument* LHistoryWindow::Shown() {
 void LHistoryWindow::ShowRows() {
     ShowSounds();
     const LSoundDocument* document = Shown();
+    ListOnly(document);
     std::vector<LListRow> rows;
     int present = -1;
     if (document) {
@@ -94,14 +95,16 @@ void LHistoryWindow::ShowRows() {
 
 void LHistoryWindow::GoToChosen() {
     const LSoundDocumentRef document(Shown());
-    const auto slot = list_->Current();
-    if (!document || !slot || static_cast<int>(*slot) == PresentSlot(*document)) return;
+    const auto chosen = list_->Current();
+    if (!document || !chosen || !ListsOnly(*document)) return;
+    const int slot = static_cast<int>(*chosen), present = PresentSlot(*document);
+    if (slot == present) return;
     const std::vector<int> slots = document->HistorySlots();
     const auto place = [&](int one) { return std::find(slots.begin(), slots.end(), one); };
-    if (place(static_cast<int>(*slot)) <= place(document->undoIndex))
-        UndoChange(*document, frame_.EditHost(), static_cast<int>(*slot));
+    if (present < 0 || place(slot) < place(present))
+        UndoChange(*document, frame_.EditHost(), slot);
     else
-        RedoChange(*document, frame_.EditHost(), static_cast<int>(*slot));
+        RedoChange(*document, frame_.EditHost(), slot);
     ShowNow();
 }
 

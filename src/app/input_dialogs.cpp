@@ -8,7 +8,6 @@
 #include "app/time_text.h"
 #include "gen/settings.h"
 #include "gen/text.h"
-#include "sound/marks.h"
 
 namespace ondarix {
 namespace {
@@ -103,13 +102,11 @@ std::optional<int64_t> AskRepeatCount(QWidget* owner) {
     return times->value();
 }
 
+// Whether a name will do is the command's to say.
 std::optional<QString> AskName(QWidget* owner, const QString& title, const QString& label,
                                const QString& name) {
     LInputForm form(owner, QStringLiteral("nameDialog"), title);
     QLineEdit* text = form.Text(label, QStringLiteral("name"), name);
-    form.refuse = [&] {
-        return text->text().trimmed().isEmpty() ? QString::fromUtf8(kNameInvalidText) : QString();
-    };
     if (!form.Run()) return std::nullopt;
     return CutToFixedText(text->text().trimmed());
 }

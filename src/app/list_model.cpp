@@ -36,6 +36,11 @@ void LListModel::SetRows(std::vector<LListRow> rows) {
     endResetModel();
 }
 
+void LListModel::Clear() {
+    ++clearings_;
+    SetRows({});
+}
+
 int LListModel::RowOf(uint32_t key) const {
     for (size_t i = 0; i < order_.size(); ++i)
         if (rows_[order_[i]].key == key) return static_cast<int>(i);
@@ -92,8 +97,9 @@ bool LListModel::setData(const QModelIndex& index, const QVariant& value, int ro
     const QString text = value.toString();
     if (role != Qt::EditRole || !index.isValid() || !edited) return false;
     if (text == Row(index.row()).texts.value(index.column())) return true;
-    const auto tell = [this, key = Row(index.row()).key, column = index.column(), text] {
-        if (edited) edited(key, column, text);
+    const auto tell = [this, clearings = clearings_, key = Row(index.row()).key, column = index.column(),
+                       text] {
+        if (edited && clearings == clearings_) edited(key, column, text);
     };
     QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
     return true;

@@ -26,6 +26,9 @@ class LListModel final : public QAbstractTableModel {
 
     // In their own order. Where keys and order are the same as before, only what differs is drawn again.
     void SetRows(std::vector<LListRow> rows);
+    // Before rows of something else, whose keys mean nothing to those that are there. What was typed into a
+    // cell and not yet told is dropped.
+    void Clear();
     const LListRow& Row(int row) const { return rows_[order_[static_cast<size_t>(row)]]; }
     int RowOf(uint32_t key) const;  // -1: none
     // Called, after the editor has closed, with what was typed into a cell.
@@ -49,6 +52,7 @@ class LListModel final : public QAbstractTableModel {
     std::vector<size_t> order_;   // as shown
     int sortColumn_ = -1;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
+    int clearings_ = 0;
 };
 
 }  // namespace ondarix

@@ -41,7 +41,12 @@ LListWindow::LListWindow(LFrameDocuments& frame, const QString& title, const QSt
     pending_.setInterval(0);
     connect(&pending_, &QTimer::timeout, this, &LListWindow::ShowNow);
     const LDocumentNotifier& notifier = frame.Notifier();
-    connect(&notifier, &LDocumentNotifier::ListChanged, this, &LListWindow::ShowSoon);
+    connect(&notifier, &LDocumentNotifier::ListChanged, this, [this] {
+        const std::vector<LSoundDocumentRef> open = Documents();
+        if (std::none_of(open.begin(), open.end(), [this](const auto& one) { return ListsOnly(*one); }))
+            listed_ = nullptr;  // a new sound may come to stand at the same address
+        ShowSoon();
+    });
     connect(&notifier, &LDocumentNotifier::ActiveChanged, this, &LListWindow::ShowSoon);
     connect(&notifier, &LDocumentNotifier::DocumentChanged, this, &LListWindow::ShowSoon);
     AddUndoKeys();
@@ -97,6 +102,11 @@ void LListWindow::showEvent(QShowEvent* event) {
 void LListWindow::hideEvent(QHideEvent* event) {
     StorePlace();
     QDialog::hideEvent(event);
+}
+
+void LListWindow::ListOnly(const LSoundDocument* document) {
+    if (document != listed_) list_->Rows().Clear();
+    listed_ = document;
 }
 
 std::vector<LSoundDocumentRef> LListWindow::Documents() {

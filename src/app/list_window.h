@@ -38,6 +38,10 @@ class LListWindow : public QDialog {
     // With the other changes of this moment, once; at once when the list is to be used.
     void ShowSoon();
     void ShowNow();
+    // Before the rows of one sound are shown: where it is another than before, the keys of the rows that are
+    // there mean nothing to it.
+    void ListOnly(const LSoundDocument* document);
+    bool ListsOnly(const LSoundDocument& document) const { return &document == listed_; }
     std::vector<LSoundDocumentRef> Documents();
     LSoundWindow* WindowOf(const LSoundDocument& document);
     // Selects, or sets the cursor where both are equal, and brings it into view.
@@ -57,6 +61,7 @@ class LListWindow : public QDialog {
     QVBoxLayout* buttons_;
     QTimer pending_;
     bool placed_ = false;
+    const void* listed_ = nullptr;  // only compared
 };
 
 }  // namespace ondarix

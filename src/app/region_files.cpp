@@ -77,9 +77,11 @@ void LRegionWindow::SaveRegion() {
     const int32_t rate = document->sound.sampleRate;
     document->sound.CopyRange(ScalePosition(region.startFrame, rate, region.sampleRate),
                               ScalePosition(region.endFrame, rate, region.sampleRate), piece);
+    static const LBookmarks kNone;  // what an older file of this name had is not of the region
     LSaveRequest request;
     request.sound = &piece;
     request.path = path;
+    request.bookmarks = &kNone;
     request.record = WavRecordFor(piece.Format());
     if (LowerExtension(path) == QStringLiteral(".wav")) {
         const auto record = AskWavFormat(this, piece.Format(), request.record);
@@ -114,7 +116,7 @@ void LRegionWindow::Assemble() {
     SetSettingBool(kRegionSettings, running, false);
     if (result != JobResult::kSuccess) return;
     assembled->title = QStringLiteral("Assembled Regions");
-    assembled->isModified = true;
+    assembled->isModified = assembled->isModifiedSinceLastAutosave = true;
     host.AddDocument(assembled);
 }
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "gen/text.h"
-#include "sound/edits.h"
+#include "sound/mark_change.h"
 
 namespace ondarix {
 namespace {
@@ -14,10 +14,7 @@ JobResult SetComment(LSoundDocument& document, LEditHost& host, Mark* mark, cons
                      const QString& label) {
     const QString text = CutToFixedText(comment);
     if (!mark || mark->comment == text) return JobResult::kCancelled;
-    return Change(document, label, host, [&] {
-        mark->comment = text;
-        return JobResult::kSuccess;
-    });
+    return ChangeMarks(document, label, host, [&] { mark->comment = text; });
 }
 
 }  // namespace
