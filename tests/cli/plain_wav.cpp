@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "cli/plain_wav.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -99,6 +100,22 @@ PlainWav NoiseWav(unsigned seed, int tag, int bits, int rate, int channels, int 
         }
     }
     return wav;
+}
+
+QByteArray FloatSamples(const QString& path, const QStringList& effects) {
+    return RunTool("sox", QStringList{"-V1", path, "-t", "f32", "-"} + effects);
+}
+
+double LoudestDifference(const QByteArray& one, const QByteArray& other) {
+    if (one.size() != other.size() || one.isEmpty()) return 100;
+    double most = 0;
+    for (qsizetype at = 0; at + 4 <= one.size(); at += 4) {
+        float a = 0, b = 0;
+        std::memcpy(&a, one.constData() + at, 4);
+        std::memcpy(&b, other.constData() + at, 4);
+        most = std::max(most, std::fabs(double{a} - double{b}));
+    }
+    return most;
 }
 
 }  // namespace ondarix::test

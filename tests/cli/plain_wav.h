@@ -3,6 +3,7 @@
 #pragma once
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <vector>
 
 namespace ondarix::test {
@@ -23,5 +24,10 @@ struct PlainWav {
 PlainWav ReadPlainWav(const QString& path);
 // Noise of about `amplitude`, the same for the same seed.
 PlainWav NoiseWav(unsigned seed, int tag, int bits, int rate, int channels, int frames, double amplitude);
+
+// What sox makes of a file: 32-bit floats, interleaved.
+QByteArray FloatSamples(const QString& path, const QStringList& effects = {});
+// Of two blocks of 32-bit floats; more than any sound where the lengths differ or nothing is there.
+double LoudestDifference(const QByteArray& one, const QByteArray& other);
 
 }  // namespace ondarix::test
