@@ -144,7 +144,7 @@ JobResult MergeInto(LSound& whole, int channel, const LSound& old, LSound& edite
     const int64_t length = edited.Length();
     const int64_t head = CommonHead(old, edited);
     if (head >= length) return JobResult::kSuccess;
-    const int64_t tail = length == old.Length() ? std::min(CommonTail(old, edited), length - head) : 0;
+    const int64_t tail = length == old.Length() ? CommonTail(old, edited) : 0;
     LSound stretch, replacement, merged;
     whole.CopyRange(head, std::max(length, wholeLength) - tail, stretch);
     edited.CopyRange(head, length - tail, replacement);

@@ -38,6 +38,7 @@ JobResult LSoundDocument::EndChange(LEditHost& host) {
         }
     }
     ForgetDisplaced();
+    KeepWholeView();
     ClampPositions();
     if (!path.isEmpty()) {
         CheckDiskSpace(sound, QFileInfo(path).absolutePath(),
@@ -48,6 +49,14 @@ JobResult LSoundDocument::EndChange(LEditHost& host) {
     if (GetSettingBool(QStringLiteral("Settings"), QStringLiteral("AutoPlaybackAfterEffects"), false))
         host.PlaySelection(*this);
     return JobResult::kSuccess;
+}
+
+// Who saw all of the sound sees all of it after a change, too.
+void LSoundDocument::KeepWholeView() {
+    const LUndoEntry& before = Entry(undoIndex);
+    const LSound& edited = before.channelSound ? *before.channelSound : before.sound;
+    if (viewStart == 0 && viewEnd == before.state.viewEnd && viewEnd >= edited.Length())
+        viewEnd = Edited().Length();
 }
 
 void LSoundDocument::CancelChange(LEditHost& host) {

@@ -158,6 +158,7 @@ class LSoundDocument : public LDocumentState {
     const LUndoEntry* SavedEntry();
     int PlaceOf(int slot) const;  // counted from the oldest
     JobResult MergeChannel(LEditHost& host);
+    void KeepWholeView();
 
     // What the newest push has put away, until the change is known to stay.
     struct LDisplaced {

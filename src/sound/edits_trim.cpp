@@ -71,7 +71,8 @@ JobResult TrimToSelection(LSoundDocument& document, LEditHost& host) {
             KeepRegions(document.regions, kept.start, kept.end);
         }
         document.AdjustPositionsAfterDelete(0, kept.start);
-        document.viewStart = document.viewEnd = 0;  // all of what is left
+        document.viewStart = 0;
+        document.viewEnd = document.Edited().Length();
         return JobResult::kSuccess;
     });
 }

@@ -154,6 +154,13 @@ TEST_F(ClipboardTest, CyclingStraightAfterAPasteTakesItsPlace) {
     document.Select(3, 3);
     ASSERT_EQ(PasteCycle(document, host_, store_), JobResult::kSuccess);
     EXPECT_EQ(ReadSound(document.sound), (std::vector<float>{10, 2, 30, 1})) << "somewhere else";
+    document.Select(2, 4);
+    ASSERT_EQ(PasteCycle(document, host_, store_), JobResult::kSuccess);
+    EXPECT_EQ(ReadSound(document.sound), (std::vector<float>{10, 2, 3})) << "over another selection";
+    ASSERT_EQ(SilenceSelection(document, host_), JobResult::kSuccess);
+    ASSERT_EQ(PasteCycle(document, host_, store_), JobResult::kSuccess);
+    ASSERT_TRUE(document.Undo());
+    EXPECT_EQ(ReadSound(document.sound), (std::vector<float>{10, 2, 0})) << "what came between stays a step";
 }
 
 TEST_F(ClipboardTest, ACycleThatFailsLeavesThePasteAndTheClip) {

@@ -289,6 +289,41 @@ TEST_F(DocumentEditTest, NothingGrowsBeyondWhatSixtyFourBitsCount) {
     EXPECT_EQ(host_.played, 1);
 }
 
+TEST_F(DocumentEditTest, AViewOfEverythingStaysOne) {
+    Load(std::vector<float>(1000, 0.5f));
+    document_.viewEnd = 1000;
+    ASSERT_EQ(InsertSilence(document_, host_, 10, 500), JobResult::kSuccess);
+    EXPECT_EQ(document_.viewEnd, 1500);
+    document_.viewStart = 100;
+    document_.viewEnd = 1500;
+    ASSERT_EQ(InsertSilence(document_, host_, 10, 500), JobResult::kSuccess);
+    EXPECT_EQ(document_.viewEnd, 1500) << "a part of it stays that part";
+    document_.Select(300, 700);
+    ASSERT_EQ(TrimToSelection(document_, host_), JobResult::kSuccess);
+    EXPECT_EQ(document_.viewStart, 0);
+    EXPECT_EQ(document_.viewEnd, 400);
+    ASSERT_TRUE(document_.Undo());
+    EXPECT_EQ(document_.viewStart, 100);
+    EXPECT_EQ(document_.viewEnd, 1500);
+}
+
+TEST_F(DocumentEditTest, AResultThatNoDiskCouldHoldIsWarnedOf) {
+    Load({1, 2, 3});
+    document_.BeginChange("Huge", host_);
+    document_.sound.InsertSilence(3, int64_t{1} << 50);
+    EXPECT_EQ(document_.EndChange(host_), JobResult::kSuccess);
+    EXPECT_EQ(
+        host_.told,
+        QStringList{"Low Disk Space|The last action you performed to the file \"one.wav\" might not be saved "
+                    "because you have very low free disk space. Please try saving the file to a different "
+                    "location or making more space by removing unwanted files then try again."});
+    host_.told.clear();
+    EXPECT_EQ(TrimEnd(document_, host_), JobResult::kCancelled);
+    EXPECT_EQ(InsertSilence(document_, host_, 0, 5), JobResult::kCancelled);
+    EXPECT_EQ(host_.told.filter("Low Disk Space|The current action cannot be performed").size(), 2);
+    EXPECT_TRUE(UndoChange(document_, host_)) << "that needs no room";
+}
+
 // --- One channel alone
 
 class ChannelEditTest : public DocumentEditTest {
@@ -365,6 +400,15 @@ TEST_F(ChannelEditTest, OnlyWhatHasChangedIsRendered) {
     EXPECT_EQ(Of(1)[599], 0.0f);
     EXPECT_EQ(Of(1)[600], -600.0f);
     EXPECT_EQ(Other()[599], 599.0f);
+    ASSERT_EQ(Change(document_, "Amplify", host_,
+                     [&] {
+                         document_.Edited().ScaleRangePercent(100, 200, 50);
+                         return JobResult::kSuccess;
+                     }),
+              JobResult::kSuccess);
+    EXPECT_EQ(Of(1)[99], -99.0f);
+    EXPECT_EQ(Of(1)[100], -50.0f);
+    EXPECT_EQ(Of(1)[200], -200.0f);
     document_.Select(0, 4000);
     ASSERT_EQ(DuplicateSelection(document_, host_), JobResult::kCancelled);
     EXPECT_EQ(Of(1)[599], 0.0f);

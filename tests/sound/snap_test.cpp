@@ -91,7 +91,7 @@ TEST_F(SnapTest, ZeroCrossingsAreUpwardInAllChannelsAndTheNearest) {
         sample = static_cast<float>(static_cast<int>(random() % 2001) - 1000) / 1000;
     // Sparse crossings: the second channel rises rarely.
     for (size_t i = 0; i < 60000; ++i)
-        samples[2 * i + 1] = i / 5000 % 2 ? 0.5f : i % 5000 == 4999 ? 0.0f : -0.5f;
+        samples[2 * i + 1] = i / 500 % 2 ? 0.5f : i % 500 == 499 ? 0.0f : -0.5f;
     LSound sound = Write(samples, {44100, 2});
     sound.ScaleBy(0.25f);
     LSnapOptions options = kNothing;

@@ -75,6 +75,43 @@ TEST_F(UndoTest, TheLastThirtyOfFortyEditsCanBeUndone) {
     EXPECT_EQ(History().back(), "Edit 41");
 }
 
+TEST_F(UndoTest, ATargetLiesOnItsSideOfThePresent) {
+    Load();
+    for (int number = 1; number <= 4; ++number) Edit(number);
+    document_.Undo();
+    const std::vector<int> slots = document_.HistorySlots();  // Load File, four edits, Redo
+    ASSERT_EQ(slots.size(), 6u);
+    EXPECT_FALSE(document_.Undo(slots[5]));
+    EXPECT_FALSE(document_.Undo(slots[4])) << "the present state";
+    EXPECT_FALSE(document_.Redo(slots[4]));
+    EXPECT_FALSE(document_.Redo(slots[2]));
+    EXPECT_FALSE(document_.GoTo(slots[5] + 1)) << "an empty slot";
+    EXPECT_EQ(State(), 3.0f);
+    ASSERT_TRUE(document_.Undo(slots[0]));
+    EXPECT_EQ(State(), 0.0f);
+    ASSERT_TRUE(document_.Redo()) << "the base and the first entry are one state: no step leads nowhere";
+    EXPECT_EQ(State(), 1.0f);
+    ASSERT_TRUE(document_.Redo(slots[5]));
+    EXPECT_EQ(State(), 4.0f);
+    EXPECT_FALSE(document_.CanRedo());
+}
+
+TEST_F(UndoTest, ACursorWithoutASelectionComesBack) {
+    document_.sound = Write(std::vector<float>(100, 1.0f));
+    document_.Select(10, 10);
+    document_.cursor = 70;  // moved on its own
+    InsertSilence(document_, host_, 0, 5);
+    ASSERT_TRUE(document_.Undo());
+    EXPECT_FALSE(document_.HasSelection());
+    EXPECT_EQ(document_.cursor, 70);
+    document_.Select(10, 30);
+    document_.cursor = 10;
+    InsertSilence(document_, host_, 0, 5);
+    ASSERT_TRUE(document_.Undo());
+    EXPECT_EQ(document_.selectionEnd, 30);
+    EXPECT_EQ(document_.cursor, 10) << "the edge that the keyboard moves";
+}
+
 TEST_F(UndoTest, AnEditAfterAnUndoEndsWhatCouldBeRedone) {
     Load();
     for (int number = 1; number <= 5; ++number) Edit(number);
