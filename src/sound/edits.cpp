@@ -149,6 +149,37 @@ JobResult InsertSilence(LSoundDocument& document, LEditHost& host, int64_t pos, 
     });
 }
 
+namespace {
+
+// Marks that lie in a stretch and go with it: a bookmark at its first frame does, one at its end does not.
+struct LTravellingMarks {
+    LTravellingMarks(LSoundDocument& document, LSelection range) {
+        if (!MovesMarks(document)) return;
+        const auto take = [](auto& from, auto& to, auto&& travels) {
+            const auto staying = std::stable_partition(from.begin(), from.end(),
+                                                       [&](const auto& one) { return !travels(one); });
+            to.assign(staying, from.end());
+            from.erase(staying, from.end());
+        };
+        take(document.bookmarks, bookmarks,
+             [&](const LBookmark& one) { return one.position >= range.start && one.position < range.end; });
+        take(document.regions, regions, [&](const LRegion& one) {
+            return one.startFrame >= range.start && one.startFrame < range.end && one.endFrame <= range.end;
+        });
+    }
+    void Arrive(LSoundDocument& document, int64_t way) {
+        for (LBookmark& one : bookmarks) one.SetPosition(one.position + way, one.sampleRate);
+        for (LRegion& one : regions) one.SetRange(one.startFrame + way, one.endFrame + way, one.sampleRate);
+        document.bookmarks.insert(document.bookmarks.end(), bookmarks.begin(), bookmarks.end());
+        document.regions.insert(document.regions.end(), regions.begin(), regions.end());
+    }
+
+    LBookmarks bookmarks;
+    LRegions regions;
+};
+
+}  // namespace
+
 JobResult MoveSelection(LSoundDocument& document, LEditHost& host, int64_t target) {
     const LSelection range = document.EditRange();
     target = std::clamp<int64_t>(target, 0, document.Edited().Length());
@@ -158,28 +189,10 @@ JobResult MoveSelection(LSoundDocument& document, LEditHost& host, int64_t targe
         LSound moved;
         document.Edited().CopyRange(range.start, range.end, moved);
         const int64_t place = target > range.end ? target - range.Length() : target;
-        const auto travels = [&](int64_t start, int64_t end) {
-            return MovesMarks(document) && start >= range.start && end <= range.end && start < range.end;
-        };
-        LBookmarks bookmarks;
-        LRegions regions;
-        std::erase_if(document.bookmarks, [&](const LBookmark& one) {
-            if (!travels(one.position, one.position)) return false;
-            bookmarks.push_back(one);
-            return true;
-        });
-        std::erase_if(document.regions, [&](const LRegion& one) {
-            if (!travels(one.startFrame, one.endFrame)) return false;
-            regions.push_back(one);
-            return true;
-        });
+        LTravellingMarks marks(document, range);
         DeleteFrames(document, range.start, range.end);
         ReplaceFrames(document, place, place, moved);
-        const int64_t way = place - range.start;
-        for (LBookmark& one : bookmarks) one.SetPosition(one.position + way, one.sampleRate);
-        for (LRegion& one : regions) one.SetRange(one.startFrame + way, one.endFrame + way, one.sampleRate);
-        document.bookmarks.insert(document.bookmarks.end(), bookmarks.begin(), bookmarks.end());
-        document.regions.insert(document.regions.end(), regions.begin(), regions.end());
+        marks.Arrive(document, place - range.start);
         return JobResult::kSuccess;
     });
 }
