@@ -49,7 +49,7 @@ constexpr LCommandRow kMarkRows[] = {
 
     {kCmdBookmarkHere, kInWave, 0, "Add &Bookmark Here", "bookmark", "", kContent, kSeparatorBefore},
     {kCmdMoveHere, kInWave, 0, "&Move Selection Here", "", "", kSelection},
-    {kCmdSelectAround, kInWave, 0, "Select &Between Bookmarks", "", "", kContent},
+    {kCmdSelectAround, kInWave, 0, "&Select Between Bookmarks", "", "", kContent},
     {kCmdRenameHere, kInWave, 0, "Re&name...", "", "", kPlace, kSeparatorBefore},
     {kCmdDeleteHere, kInWave, 0, "D&elete", "", "", kPlace},
 };

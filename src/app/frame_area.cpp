@@ -44,9 +44,12 @@ void LSoundArea::Paint() {
 void LSoundArea::ShowTabs(bool on) {
     SetSettingBool(kAreaSection, kTabsName, on);
     if (on == ShowsTabs()) return;
+    QMdiSubWindow* current = currentSubWindow();
     setViewMode(on ? TabbedView : SubWindowView);
+    for (QMdiSubWindow* window : subWindowList()) on ? window->showMaximized() : window->showNormal();
+    if (current) setActiveSubWindow(current);
     // What was a tab had no place of its own.
-    if (!on && !subWindowList().isEmpty()) tileSubWindows();
+    if (!on && current) tileSubWindows();
 }
 
 QMdiSubWindow* LSoundArea::Place(QWidget* sound, const QIcon& icon) {

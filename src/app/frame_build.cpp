@@ -108,8 +108,12 @@ void LMainFrame::BuildMenus() {
             place.separate = true;
         }
     }
-    for (const LMenuPlace& place : places)
-        if (!place.menu->isEmpty()) menuBar()->addMenu(place.menu);
+    for (const LMenuPlace& place : places) {
+        if (place.menu->isEmpty())
+            delete place.menu;
+        else
+            menuBar()->addMenu(place.menu);
+    }
     connect(places[0].menu, &QMenu::aboutToShow, this, &LMainFrame::ShowRecentFiles);
     connect(viewMenu_, &QMenu::aboutToShow, this, &LMainFrame::ShowOpenWindows);
 }

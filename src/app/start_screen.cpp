@@ -40,8 +40,7 @@ LStartScreen::LStartScreen(QWidget* parent) : QWidget(parent) {
     column->addWidget(CentredText(QStringLiteral("or choose them"), 1, this));
     for (const int id : {kCmdOpen, kCmdNewFile}) {
         const LCommandRow& row = *FindCommand(id);
-        auto* button =
-            new QPushButton(ThemedIcon(QString::fromUtf8(row.icon)), QString::fromUtf8(row.text), this);
+        auto* button = new QPushButton(ThemedIcon(QString::fromUtf8(row.icon)), PlainText(row), this);
         button->setObjectName(QStringLiteral("start%1").arg(id));
         button->setAccessibleName(PlainText(row));
         button->setFixedWidth(kButtonWidth);

@@ -14,6 +14,7 @@
 #include "app/frame.h"
 #include "app/recent_files.h"
 #include "formats/registry.h"
+#include "gen/settings.h"
 #include "gtest/gtest.h"
 #include "sound/cache.h"
 
@@ -39,7 +40,7 @@ class WindowTest : public testing::Test {
     void SetUp() override {
         ASSERT_TRUE(folder.isValid());
         ASSERT_TRUE(OpenCache());
-        for (const QString& path : RecentFiles()) ForgetRecentFile(path);
+        for (const SettingRow& row : ListSettings()) DeleteSetting(row.section, row.name);
         QGuiApplication::clipboard()->clear();
         frame = std::make_unique<LMainFrame>();
         auto host = std::make_unique<LScriptedMessages>();
