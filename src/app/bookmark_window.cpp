@@ -35,7 +35,8 @@ std::vector<const LBookmark*> ByPosition(const LSoundDocument& document) {
 }  // namespace
 
 LBookmarkWindow::LBookmarkWindow(LFrameDocuments& frame)
-    : LListWindow(frame, QStringLiteral("Bookmark List"), QStringLiteral("Bookmark List"), kBookmarkColumns) {
+    : LListWindow(frame, QStringLiteral("Bookmark List"), QStringLiteral("Bookmark List"), kBookmarkColumns,
+                  {760, 380}) {
     setObjectName(QStringLiteral("bookmarkWindow"));
     AddButtons();
     list_->choose = [this] {

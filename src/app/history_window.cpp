@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/history_window.h"
 
+#include <QDate>
 #include <QSignalBlocker>
 #include <algorithm>
 
@@ -25,10 +26,17 @@ int PresentSlot(const LSoundDocument& document) {
     return document.Entry(document.undoIndex).isBase ? document.undoIndex : -1;
 }
 
+// Without the date where it is today's.
+QString ShortTime(const QString& timeText) {
+    const QString today = QDate::currentDate().toString(Qt::ISODate) + u' ';
+    return timeText.startsWith(today) ? timeText.mid(today.size()) : timeText;
+}
+
 }  // namespace
 
 LHistoryWindow::LHistoryWindow(LFrameDocuments& frame)
-    : LListWindow(frame, QStringLiteral("History Manager"), QStringLiteral("HistoryList"), kHistoryColumns) {
+    : LListWindow(frame, QStringLiteral("History Manager"), QStringLiteral("HistoryList"), kHistoryColumns,
+                  {460, 420}) {
     setObjectName(QStringLiteral("historyWindow"));
     auto* label = new QLabel(QStringLiteral("Show &History of File: "), this);
     sounds_ = new QComboBox(this);
@@ -79,7 +87,8 @@ void LHistoryWindow::ShowRows() {
         present = PresentSlot(*document);
         for (const int slot : document->HistorySlots()) {
             const LUndoEntry& entry = document->Entry(slot);
-            rows.push_back({static_cast<uint32_t>(slot), {entry.timeText, entry.label}, {}, slot == present});
+            rows.push_back(
+                {static_cast<uint32_t>(slot), {ShortTime(entry.timeText), entry.label}, {}, slot == present});
         }
     }
     list_->Rows().SetRows(std::move(rows));

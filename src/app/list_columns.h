@@ -10,7 +10,7 @@ struct LListColumn {
     const char* id;  // in the settings, permanent
     const char* title;
     int width;              // pixels, at first
-    bool isNumber = false;  // sorted by number, at the right edge
+    bool isNumber = false;  // sorted by number
     bool isEditable = false;
 };
 

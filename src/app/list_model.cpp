@@ -63,8 +63,8 @@ QVariant LListModel::data(const QModelIndex& index, int role) const {
         case Qt::DisplayRole:
         case Qt::EditRole:
             return text;
-        case Qt::TextAlignmentRole:
-            return int((Column(index.column()).isNumber ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        case Qt::ToolTipRole:  // the cell may be too narrow for it
+            return text;
         case Qt::FontRole:
             if (!row.isPresent) return {};
             {

@@ -13,7 +13,7 @@
 namespace ondarix {
 
 LListWindow::LListWindow(LFrameDocuments& frame, const QString& title, const QString& name,
-                         std::span<const LListColumn> columns)
+                         std::span<const LListColumn> columns, QSize size)
     : QDialog(frame.Window()), frame_(frame), name_(name) {
     setWindowTitle(title);
     setWindowFlag(Qt::WindowContextHelpButtonHint, false);
@@ -25,6 +25,7 @@ LListWindow::LListWindow(LFrameDocuments& frame, const QString& title, const QSt
     list_->setAccessibleName(title);
     buttons_ = new QVBoxLayout;
     buttons_->setSpacing(6);
+    buttons_->addStretch(1);
 
     auto* body = new QHBoxLayout;
     body->setSpacing(10);
@@ -50,7 +51,7 @@ LListWindow::LListWindow(LFrameDocuments& frame, const QString& title, const QSt
     connect(&notifier, &LDocumentNotifier::ActiveChanged, this, &LListWindow::ShowSoon);
     connect(&notifier, &LDocumentNotifier::DocumentChanged, this, &LListWindow::ShowSoon);
     AddUndoKeys();
-    RestorePlace();
+    RestorePlace(size);
 }
 
 LListWindow::~LListWindow() {
@@ -78,11 +79,11 @@ QPushButton* LListWindow::AddButton(const QString& text, const char* name, const
         ShowNow();
         act();
     });
-    buttons_->addWidget(button);
+    buttons_->insertWidget(buttons_->count() - 1, button);
     return button;
 }
 
-void LListWindow::AddButtonSpace() { buttons_->addStretch(1); }
+void LListWindow::AddButtonSpace() { buttons_->insertSpacing(buttons_->count() - 1, 14); }
 
 void LListWindow::ShowSoon() {
     if (isVisible()) pending_.start();
@@ -138,13 +139,10 @@ void LListWindow::SelectIn(LSoundDocument& document, int64_t start, int64_t end,
     frame_.EditHost().Refresh(document);
 }
 
-void LListWindow::RestorePlace() {
+void LListWindow::RestorePlace(QSize first) {
     const auto value = [this](const char* key) { return GetSettingInt(name_, QLatin1String(key), 0); };
     const QSize size(std::clamp(value("Width"), 0, 10000), std::clamp(value("Height"), 0, 10000));
-    if (size.width() >= 200 && size.height() >= 120)
-        resize(size);
-    else
-        resize(620, 400);
+    resize(size.width() >= 200 && size.height() >= 120 ? size : first);
     if (!SettingExists(name_, QStringLiteral("Left"))) return;
     const QRect place(QPoint(value("Left"), value("Top")), this->size());
     for (const QScreen* screen : QGuiApplication::screens()) {

@@ -19,9 +19,9 @@ class LListWindow : public QDialog {
     ~LListWindow() override;
 
   protected:
-    // `name` is the settings section of place and columns.
+    // `name` is the settings section of place and columns, `size` the first size.
     LListWindow(LFrameDocuments& frame, const QString& title, const QString& name,
-                std::span<const LListColumn> columns);
+                std::span<const LListColumn> columns, QSize size);
 
     // Brings the list and the buttons up to date.
     virtual void ShowRows() = 0;
@@ -34,7 +34,7 @@ class LListWindow : public QDialog {
     // Below the buttons that are there; `help` is its tool tip.
     QPushButton* AddButton(const QString& text, const char* name, const QString& help,
                            const std::function<void()>& act);
-    void AddButtonSpace();
+    void AddButtonSpace();  // between two groups
     // With the other changes of this moment, once; at once when the list is to be used.
     void ShowSoon();
     void ShowNow();
@@ -54,7 +54,7 @@ class LListWindow : public QDialog {
 
   private:
     void AddUndoKeys();
-    void RestorePlace();
+    void RestorePlace(QSize first);
     void StorePlace();
 
     QString name_;

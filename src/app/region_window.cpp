@@ -23,7 +23,7 @@ enum LRegionColumn : int {
     kRegionComment
 };
 constexpr LListColumn kRegionColumns[] = {
-    {"name", "Name", 140, false, true}, {"file", "File", 120},
+    {"name", "Name", 140, false, true}, {"file", "File", 150},
     {"start", "Start", 95, true},       {"end", "End", 95, true},
     {"length", "Length", 95, true},     {"comment", "Comment", 140, false, true}};
 
@@ -40,7 +40,8 @@ LListRow RowOfRegion(const LSoundDocument& document, const LRegion& region) {
 }  // namespace
 
 LRegionWindow::LRegionWindow(LFrameDocuments& frame)
-    : LListWindow(frame, QStringLiteral("Region List"), QStringLiteral("RegionList"), kRegionColumns) {
+    : LListWindow(frame, QStringLiteral("Region List"), QStringLiteral("RegionList"), kRegionColumns,
+                  {1000, 420}) {
     setObjectName(QStringLiteral("regionWindow"));
     AddButtons();
     AddFileButtons();

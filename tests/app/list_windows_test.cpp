@@ -15,6 +15,7 @@
 #include "list_fixture.h"
 #include "sound/edits.h"
 #include "sound/mark_comments.h"
+#include "window_fixture.h"
 
 namespace ondarix {
 namespace {
@@ -502,6 +503,53 @@ TEST_F(RegionWindowTest, ButtonsHaveTheirTextsAndOneMnemonicEach) {
                            "Export All Regions to Folder...", "Export Selected Region(s) to New File(s)...",
                            "Export All Regions to New File(s)..."}));
     EXPECT_FALSE(list->accessibleName().isEmpty());
+}
+
+// --- Beside the real frame
+
+TEST_F(WindowTest, ListsAreOpenedByCommandsAndFollowTheFrame) {
+    LSoundWindow* sound = Open(MakeWav("tone.wav"));
+    ASSERT_TRUE(frame->RunCommand(kCmdHistory) && frame->RunCommand(kCmdBookmarkList) &&
+                frame->RunCommand(kCmdRegionList));
+    auto* history = frame->findChild<LHistoryWindow*>();
+    auto* bookmarks = frame->findChild<LBookmarkWindow*>();
+    auto* regions = frame->findChild<LRegionWindow*>();
+    ASSERT_TRUE(history && bookmarks && regions);
+    const auto rows = [](const QDialog* one) { return one->findChild<LListView*>()->Rows().rowCount(); };
+    EXPECT_EQ(rows(history), 1) << "what was loaded is where the history starts";
+
+    sound->Document().Select(kSecond, 2 * kSecond);
+    sound->Refresh();
+    ASSERT_TRUE(frame->RunCommand(kCmdAddBookmark) && frame->RunCommand(kCmdAddRegion));
+    ASSERT_TRUE(frame->RunCommand(kCmdDelete));
+    QTest::qWait(5);
+    EXPECT_EQ(rows(history), 4);
+    EXPECT_EQ(rows(bookmarks), 1);
+    EXPECT_EQ(rows(regions), 0) << "the region went with its frames";
+    ASSERT_TRUE(frame->RunCommand(kCmdUndo));
+    QTest::qWait(5);
+    EXPECT_EQ(rows(regions), 1);
+
+    LSoundWindow* other = Open(MakeWav("other.wav"));
+    QTest::qWait(5);
+    EXPECT_EQ(rows(bookmarks), 0);
+    EXPECT_EQ(rows(regions), 1) << "of all sounds";
+    auto* list = regions->findChild<LListView*>();
+    list->setCurrentIndex(list->Rows().index(0, 0));
+    QTest::keyClick(list, Qt::Key_Return);
+    EXPECT_EQ(frame->ActiveSound(), sound);
+    EXPECT_NE(frame->ActiveSound(), other);
+    QTest::qWait(5);
+    EXPECT_EQ(rows(bookmarks), 1);
+
+    messages->answers = {1, 1, 1};  // nothing is saved
+    ASSERT_TRUE(frame->RunCommand(kCmdCloseAll));
+    QTest::qWait(5);
+    EXPECT_TRUE(frame->Sounds().isEmpty()) << messages->asked.join(u'|').toStdString();
+    EXPECT_EQ(rows(history) + rows(bookmarks) + rows(regions), 0);
+    for (const QDialog* one : {static_cast<QDialog*>(bookmarks), static_cast<QDialog*>(regions)})
+        for (const QPushButton* button : one->findChildren<QPushButton*>())
+            EXPECT_FALSE(button->isEnabled()) << button->text().toStdString();
 }
 
 }  // namespace
