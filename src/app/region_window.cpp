@@ -41,7 +41,7 @@ LListRow RowOfRegion(const LSoundDocument& document, const LRegion& region) {
 
 LRegionWindow::LRegionWindow(LFrameDocuments& frame)
     : LListWindow(frame, QStringLiteral("Region List"), QStringLiteral("RegionList"), kRegionColumns,
-                  {1000, 420}) {
+                  {1024, 420}) {
     setObjectName(QStringLiteral("regionWindow"));
     AddButtons();
     AddFileButtons();
