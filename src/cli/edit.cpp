@@ -39,21 +39,22 @@ int PresentSlotOf(const LSoundDocument& document) {
     return document.Entry(document.undoIndex).isBase ? document.undoIndex : -1;
 }
 
-void PrintHistory(const LSoundDocument& document, LConsole& console) {
-    const std::vector<int> slots = document.HistorySlots();
+// A line for each entry of the history; the present state as a line of its own where it is no entry.
+QString HistoryText(const LSoundDocument& document, QJsonObject& json) {
     const int present = PresentSlotOf(document);
     QJsonArray labels;
-    int number = 0, index = -1;
-    for (const int slot : slots) {
+    QString text;
+    int index = -1;
+    for (const int slot : document.HistorySlots()) {
         const LUndoEntry& entry = document.Entry(slot);
-        if (slot == present) index = number;
+        if (slot == present) index = static_cast<int>(labels.size());
         labels += entry.label;
-        console.Print(
-            QString("%1 %2  %3").arg(slot == present ? ">" : " ").arg(++number, 2).arg(entry.label));
+        text +=
+            QString("%1 %2  %3\n").arg(slot == present ? ">" : " ").arg(labels.size(), 2).arg(entry.label);
     }
-    if (present < 0) console.Print(">");
-    console.Result()["history"] = labels;
-    console.Result()["historyIndex"] = index;
+    json["history"] = labels;
+    json["historyIndex"] = index;
+    return present < 0 ? text + ">\n" : text;
 }
 
 QJsonArray BookmarksToJson(const LSoundDocument& document) {
@@ -89,6 +90,7 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
     QString error;
     const std::vector<LEditStep> steps = ParseSteps(arguments.operands.mid(2), error);
     if (!error.isEmpty()) return context.console.Fail("edit: " + error, ExitStatus::kUsage);
+    QString history;
     const auto change = [&](LLoadedSound& loaded, const LOutput& output) {
         LEditSession session(context, loaded, arguments.operands[0], output);
         ExitStatus status = ApplySteps(steps, session);
@@ -98,11 +100,14 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
         status = session.WriteFiles();
         if (status != ExitStatus::kSuccess) return status;
         TellState(session, context.console.Result());
-        if (arguments.Has(kHistoryOption.name)) PrintHistory(session.Doc(), context.console);
+        if (arguments.Has(kHistoryOption.name))
+            history = HistoryText(session.Doc(), context.console.Result());
         session.GiveBack(loaded);
         return status;
     };
-    return RewriteSound(arguments, context, change, true);
+    const ExitStatus status = RewriteSound(arguments, context, change, true);
+    if (status == ExitStatus::kSuccess) context.console.PrintText(history);
+    return status;
 }
 
 }  // namespace ondarix

@@ -163,6 +163,7 @@ JobResult ApplyStep(const LEditStep& step, LEditSession& session) {
     std::vector<int64_t> at;
     const QString fault = ResolvePlaces(step, session.Doc().Edited(), at);
     if (!fault.isEmpty()) return session.Fault(fault);
+    session.host.hasSpoken = false;
     const JobResult result = step.row->run(step, at, session);
     if (result != JobResult::kSuccess) return result;
     const LSound& sound = session.Doc().sound;

@@ -32,6 +32,11 @@ bool LCommandLineHost::AddDocument(LSoundDocumentRef document) {
     return true;
 }
 
+void LCommandLineHost::Tell(const QString& title, const QString& text) {
+    hasSpoken = true;
+    context_.host.Tell(title, text);
+}
+
 int LCommandLineHost::Ask(const QString& title, const QString& text, const QStringList& buttons, int safe,
                           const QString& dontAskText, bool* dontAskAgain) {
     if (title == "Destination Folder") return 0;
@@ -45,6 +50,7 @@ int LCommandLineHost::Ask(const QString& title, const QString& text, const QStri
         Tell(title, text.section(". Would", 0, 0) + '.');
         return 0;
     }
+    hasSpoken = true;
     return context_.host.Ask(title, text, buttons, safe, dontAskText, dontAskAgain);
 }
 
@@ -66,7 +72,8 @@ JobResult LEditSession::Fault(const QString& text) {
 }
 
 JobResult LEditSession::Done(JobResult result) const {
-    const bool nothing = result == JobResult::kCancelled && !context.progress.IsCancelled();
+    const bool nothing =
+        result == JobResult::kCancelled && !context.progress.IsCancelled() && !host.hasSpoken;
     return nothing ? JobResult::kSuccess : result;
 }
 

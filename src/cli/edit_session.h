@@ -20,9 +20,10 @@ class LCommandLineHost final : public LEditHost, private LMessageHost {
     bool AddDocument(LSoundDocumentRef document) override;
 
     std::vector<LSoundDocumentRef> added;  // documents that a command has made
+    bool hasSpoken = false;                // a command has told or asked something
 
   private:
-    void Tell(const QString& title, const QString& text) override { context_.host.Tell(title, text); }
+    void Tell(const QString& title, const QString& text) override;
     int Ask(const QString& title, const QString& text, const QStringList& buttons, int safe,
             const QString& dontAskText, bool* dontAskAgain) override;
 
@@ -40,7 +41,8 @@ class LEditSession {
     // Remembers why a step cannot be done.
     JobResult Fault(const QString& text);
     QString TakeFault() { return std::exchange(fault_, {}); }
-    // For commands that answer kCancelled where there was nothing to do: that is what was asked for then.
+    // For commands that answer kCancelled where there was nothing to do: that is what was asked for then,
+    // unless a message says that they were refused.
     JobResult Done(JobResult result) const;
     bool HasSelection();  // a fault where there is none
     JobResult Load(const QString& path, LSound& sound);

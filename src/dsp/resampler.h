@@ -3,7 +3,7 @@
 //
 // Each phase has 63 taps, counted in periods of the lower of the two rates, of a least-squares low-pass. With
 // frequencies as parts of the lower rate: flat within 0.001 dB up to 0.42 and 0.1 dB up to 0.45, at least
-// 110 dB down from 0.55, 127 dB from 0.56 and 136 dB from 0.57. So what a conversion adds to the sound is
+// 110 dB down from 0.55, 126 dB from 0.56 and 136 dB from 0.57. So what a conversion adds to the sound is
 // below -110 dB from 0 to 0.45 and below -130 dB from 0 to 0.43. Each phase is scaled to a gain of exactly 1
 // at 0 Hz.
 //
