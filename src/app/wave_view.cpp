@@ -112,7 +112,7 @@ int64_t LWaveView::CanvasX(int64_t frame) const {
 // --- Columns
 
 // Wants what is in view and not there yet, unless the worker is at it already.
-void LWaveView::Ask() {
+bool LWaveView::Ask() {
     const bool samples = ShowsSamples();
     const LColumnGrid grid = samples ? LColumnGrid{0, 1, 1} : Grid();
     if (samples)  // and what the curve at both sides of the view follows from
@@ -121,11 +121,12 @@ void LWaveView::Ask() {
     else
         columns_.Show(grid, FirstColumn() - 1, DeviceColumns() + 2);
     const auto [from, to] = columns_.Missing();
-    if (from == to || (askedGrid_ == grid && askedFrom_ <= from && askedTo_ >= to)) return;
+    if (from == to || (askedGrid_ == grid && askedFrom_ <= from && askedTo_ >= to)) return false;
     askedGrid_ = grid;
     askedFrom_ = from;
     askedTo_ = to;
     worker_.Ask(kWorkerView, grid, from, static_cast<int>(to - from));
+    return true;
 }
 
 void LWaveView::TakeColumns() {

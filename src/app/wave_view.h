@@ -115,7 +115,7 @@ class LWaveView final : public QWidget {
     // Painting.
     int DeviceColumns() const;
     bool ShowsSamples() const;
-    void Ask();
+    bool Ask();  // true: something new is asked
     void UpdateCanvas();
     void Spoil();  // all of the canvas is painted anew
     void SpoilFrames(int64_t one, int64_t other);

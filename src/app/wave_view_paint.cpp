@@ -31,7 +31,7 @@ QColor Mixed(const QColor& a, const QColor& b, double part) {
 }  // namespace
 
 void LWaveView::paintEvent(QPaintEvent* event) {
-    Complete(kPatienceMs);
+    Complete(Ask() ? kPatienceMs : 0);  // what takes longer is not waited for again
     UpdateCanvas();
     QPainter painter(this);
     painter.setClipRegion(event->region());
