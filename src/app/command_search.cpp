@@ -92,6 +92,7 @@ std::vector<const LCommandRow*> SearchCommands(const QString& query) {
     struct LFound {
         const LCommandRow* row;
         int fit;
+        int weakest;       // of the words
         qsizetype length;  // of two equal fits the shorter name is meant
     };
     const QStringList words = query.split(QLatin1Char(' '), Qt::SkipEmptyParts);
@@ -101,20 +102,31 @@ std::vector<const LCommandRow*> SearchCommands(const QString& query) {
         if (!IsVisible(row)) continue;
         const QString keyText = QKeySequence::listToString(keys.value(row.id), QKeySequence::PortableText);
         int fit = words.size() > 1 ? FitOf(query.simplified(), PlainText(row)) : 0;
-        bool all = true;
+        int weakest = kSame;
         for (const QString& word : words) {
             const int one = RowFit(row, word, keyText);
-            all = all && one > 0;
+            weakest = std::min(weakest, one);
             fit += one;
         }
-        if (all) found.push_back({&row, fit, words.isEmpty() ? 0 : PlainText(row).size()});
+        if (weakest > 0) found.push_back({&row, fit, weakest, words.isEmpty() ? 0 : PlainText(row).size()});
     }
+    // Scattered letters are a last resort.
+    const bool hasBetter =
+        std::any_of(found.begin(), found.end(), [](const LFound& one) { return one.weakest > kScattered; });
+    if (hasBetter) std::erase_if(found, [](const LFound& one) { return one.weakest <= kScattered; });
     std::stable_sort(found.begin(), found.end(), [](const LFound& a, const LFound& b) {
         return a.fit != b.fit ? a.fit > b.fit : a.length < b.length;
     });
     std::vector<const LCommandRow*> rows;
     for (const LFound& one : found) rows.push_back(one.row);
     return rows;
+}
+
+QString MenuPath(const LCommandRow& row) {
+    QString path = CommandPath(row);
+    path.chop(PlainText(row).size());
+    while (path.endsWith(QLatin1Char(' ')) || path.endsWith(QLatin1Char('>'))) path.chop(1);
+    return path;
 }
 
 QString WhyUnavailable(const LCommandRow& row, bool soundIsOpen) {

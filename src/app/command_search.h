@@ -16,6 +16,8 @@ int FitOf(const QString& word, const QString& text);
 // the keys, the number and the hint. Best first, otherwise in menu order; all for an empty query.
 std::vector<const LCommandRow*> SearchCommands(const QString& query);
 
+QString MenuPath(const LCommandRow& row);  // "Edit > Split", without the command itself
+
 // What a command lacks that is not available now, as a sentence.
 QString WhyUnavailable(const LCommandRow& row, bool soundIsOpen);
 

@@ -2,9 +2,11 @@
 #include "app/custom_keys.h"
 
 #include <QDialogButtonBox>
+#include <QEvent>
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QSet>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "app/command_search.h"
@@ -19,14 +21,6 @@ QString NativeKeys(const QList<QKeySequence>& keys) {
     QStringList texts;
     for (const QKeySequence& key : keys) texts.append(key.toString(QKeySequence::NativeText));
     return texts.join(QStringLiteral(", "));
-}
-
-// Where in the menus, without the command's own name.
-QString PlaceOf(const LCommandRow& row) {
-    QString path = CommandPath(row);
-    path.chop(PlainText(row).size());
-    while (path.endsWith(QLatin1Char(' ')) || path.endsWith(QLatin1Char('>'))) path.chop(1);
-    return path;
 }
 
 // The title of the menu that the key opens, empty: none.
@@ -78,6 +72,8 @@ void LCustomKeysDialog::Build() {
 
     auto* keyRow = new QHBoxLayout;
     key_ = new QKeySequenceEdit(this);
+    key_->installEventFilter(this);
+    key_->setAccessibleName(QStringLiteral("New key"));
     auto* label = new QLabel(QStringLiteral("Press the &new key:"), this);
     label->setBuddy(key_);
     keyRow->addWidget(label);
@@ -122,7 +118,7 @@ void LCustomKeysDialog::Fill() {
         auto* item = new QTreeWidgetItem(list_);
         item->setText(kNameColumn, PlainText(row));
         item->setText(kKeyColumn, NativeKeys(keys.value(row.id)));
-        item->setText(kPlaceColumn, PlaceOf(row));
+        item->setText(kPlaceColumn, MenuPath(row));
         item->setData(kNameColumn, Qt::UserRole, row.id);
         if (HasOwnShortcuts(row)) {
             QFont strong = item->font(kKeyColumn);
@@ -172,6 +168,16 @@ void LCustomKeysDialog::ShowChosen() {
     reset_->setEnabled(row && HasOwnShortcuts(*row));
     key_->clear();
     ShowConflict();
+}
+
+// The editor would wait for the rest of a sequence.
+bool LCustomKeysDialog::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == key_ && event->type() == QEvent::KeyRelease && !Typed().isEmpty())
+        QTimer::singleShot(0, this, [this] {
+            key_->setKeySequence(Typed());
+            ShowConflict();
+        });
+    return QDialog::eventFilter(watched, event);
 }
 
 // One key with its modifiers: of a sequence the beginning would already run something.

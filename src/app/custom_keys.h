@@ -22,6 +22,9 @@ class LCustomKeysDialog final : public QDialog {
   Q_SIGNALS:
     void Changed();  // the keys of some command are others
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     void Build();
     void Fill();

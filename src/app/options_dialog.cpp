@@ -88,6 +88,7 @@ LOptionsDialog::LOptionsDialog(QWidget* owner) : QDialog(owner) {
     pages_ = new QListWidget(this);
     pages_->setAccessibleName(QStringLiteral("Subjects"));
     pages_->setFixedWidth(kPageListWidth);
+    pages_->setSpacing(2);
     stack_ = new QStackedWidget(this);
     middle->addWidget(pages_);
     middle->addWidget(stack_, 1);

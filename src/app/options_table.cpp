@@ -3,6 +3,7 @@
 // the setting answers where nothing is stored.
 #include <QDir>
 #include <QFileInfo>
+#include <QTemporaryFile>
 #include <algorithm>
 
 #include "app/options_dialog.h"
@@ -27,7 +28,7 @@ constexpr auto kNumber = LOptionKind::kNumber;
 // page, kind, section, name, label, help, fallback, least, most, choices or unit, only with, subsystem
 constexpr LOptionRow kOptions[] = {
     {kGeneralPage, LOptionKind::kChoice, kSettings, "Theme",
-     "&Colours:", "How the windows look. \"As the desktop\" follows it when it changes.", "0", 0, 2,
+     "&Theme:", "How the windows look. \"As the desktop\" follows it when it changes.", "0", 0, 2,
      "As the desktop|Light|Dark"},
     {kGeneralPage, kSwitch, kSettings, "FileModAlert", "&Warn when an open file changes on disk",
      "Asks what to do when another program changes or removes the file of an open sound.", "1"},
@@ -80,8 +81,8 @@ QString WhyNotFolder(const QString& path) {
     QFileInfo info(QDir::cleanPath(path));
     while (!info.exists() && !info.isRoot()) info = QFileInfo(info.absolutePath());
     if (!info.isDir()) return QStringLiteral("\"%1\" is not a folder.").arg(info.filePath());
-    if (!info.isWritable())
-        return QStringLiteral("The folder \"%1\" cannot be written.").arg(info.filePath());
+    QTemporaryFile probe(info.filePath() + QStringLiteral("/ondarix-XXXXXX.tmp"));
+    if (!probe.open()) return QStringLiteral("The folder \"%1\" cannot be written.").arg(info.filePath());
     return {};
 }
 

@@ -66,7 +66,7 @@ void LSearchDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     painter->setFont(small);
     painter->setPen(weak);
     QString below = index.data(kPathRole).toString();
-    if (!why.isEmpty()) below += QStringLiteral("  \u2013  ") + why;
+    if (!why.isEmpty()) below += (below.isEmpty() ? QString() : QStringLiteral("  \u2013  ")) + why;
     painter->drawText(lower, Qt::AlignLeft | Qt::AlignVCenter,
                       QFontMetrics(small).elidedText(below, Qt::ElideRight, lower.width()));
     painter->restore();
@@ -113,7 +113,6 @@ void LSearchBar::Open() {
     if (isVisible()) return hide();
     line_->clear();
     Show({});
-    Place();
     show();
     line_->setFocus(Qt::PopupFocusReason);
 }
@@ -123,12 +122,13 @@ void LSearchBar::hideEvent(QHideEvent* event) {
     model_->clear();
 }
 
+// As high as what was found, below the frame's menu.
 void LSearchBar::Place() {
     const QWidget* window = frame_.Window();
     const int width = std::clamp(window->width() - 40, 240, kBarWidth);
     const int rowHeight = std::max(list_->sizeHintForRow(0), 20);
-    const int most = std::max(3, (window->height() - 2 * kTopDistance - 60) / rowHeight);
-    list_->setFixedHeight(rowHeight * std::min(kShownRows, most) + 2);
+    const int most = std::clamp((window->height() - 2 * kTopDistance - 60) / rowHeight, 3, kShownRows);
+    list_->setFixedHeight(rowHeight * std::clamp(model_->rowCount(), 1, most));
     setFixedWidth(width);
     adjustSize();
     move(window->mapToGlobal(QPoint((window->width() - width) / 2, kTopDistance)));
@@ -143,7 +143,7 @@ void LSearchBar::Show(const QString& query) {
         const QString why = frame_.IsAvailable(row->id) ? QString() : WhyUnavailable(*row, open);
         const QString keyText = KeysText(keys.value(row->id));
         item->setData(row->id, kIdRole);
-        item->setData(CommandPath(*row), kPathRole);
+        item->setData(MenuPath(*row), kPathRole);
         item->setData(keyText, kKeysRole);
         item->setData(why, kWhyRole);
         QStringList spoken{CommandPath(*row), keyText, why};
@@ -151,16 +151,23 @@ void LSearchBar::Show(const QString& query) {
         item->setData(spoken.join(QStringLiteral(", ")), Qt::AccessibleTextRole);
         model_->appendRow(item);
     }
+    if (model_->rowCount() == 0) {
+        auto* nothing = new QStandardItem(QStringLiteral("No command fits"));
+        nothing->setFlags(Qt::NoItemFlags);
+        nothing->setData(QStringLiteral("Try another word"), kWhyRole);
+        nothing->setData(nothing->text(), Qt::AccessibleTextRole);
+        model_->appendRow(nothing);
+    }
     list_->setCurrentIndex(model_->index(0, 0));
     list_->scrollToTop();
+    Place();
     Describe();
 }
 
 // The focus stays in the line; what is chosen below is told as its description.
 void LSearchBar::Describe() {
     const QModelIndex at = list_->currentIndex();
-    const QString text =
-        at.isValid() ? at.data(Qt::AccessibleTextRole).toString() : QStringLiteral("No command fits");
+    const QString text = at.data(Qt::AccessibleTextRole).toString();
     if (line_->accessibleDescription() == text) return;
     line_->setAccessibleDescription(text);
     QAccessibleEvent event(line_, QAccessible::DescriptionChanged);

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Real editors and other programs over a real clipboard.
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLocalSocket>
+#include <QTemporaryDir>
+#include <thread>
+
+#include "app/argument_block.h"
+#include "app/instance.h"
+#include "gen/bytes.h"
+#include "x_display.h"
+
+namespace ondarix {
+namespace {
+
+const QString kSwitch = QStringLiteral("-command");
+
+struct LReply {
+    int code = INT_MIN;
+    QString text;
+};
+
+// An editor with a home of its own, told what to do through its automation socket.
+class LDrivenEditor {
+  public:
+    LDrivenEditor(const LXDisplay& display, const QStringList& files) {
+        process_.setProcessEnvironment([&] {
+            QProcessEnvironment environment = display.environment;
+            environment.insert(QStringLiteral("ONDARIX_HOME"), home_.path());
+            environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home_.path());
+            return environment;
+        }());
+        process_.start(QStringLiteral(ONDARIX_BIN), files);
+        EXPECT_TRUE(process_.waitForStarted(10000));
+        EXPECT_TRUE(Until([&] { return Tell({QStringLiteral("-version")}).code == 0; }));
+    }
+    ~LDrivenEditor() {
+        Tell({QStringLiteral("-exit")});
+        if (process_.waitForFinished(3000)) return;
+        process_.kill();
+        process_.waitForFinished(5000);
+    }
+    LReply Tell(const QStringList& arguments) const {
+        const QByteArray before = qgetenv("ONDARIX_HOME");
+        qputenv("ONDARIX_HOME", home_.path().toUtf8());
+        const QString path = AutomationSocketPath();
+        qputenv("ONDARIX_HOME", before);
+        QLocalSocket socket;
+        socket.connectToServer(path);
+        if (!socket.waitForConnected(1000)) return {};
+        QByteArray request(8, '\0');
+        StoreLe<uint32_t>(request.data(), 74);
+        StoreLe<uint32_t>(request.data() + 4, 66564);
+        socket.write(request + EncodeArgumentBlock(QStringList{QStringLiteral("test")} + arguments));
+        QByteArray reply;
+        while (reply.size() < 12 || reply.size() < 12 + LoadLe<int32_t>(reply.constData() + 8)) {
+            if (!socket.waitForReadyRead(30000)) return {};
+            reply += socket.readAll();
+        }
+        return {LoadLe<int32_t>(reply.constData() + 4), QString::fromUtf8(reply.mid(12))};
+    }
+    // By their names, one after the other; the code of the last.
+    int Run(const QStringList& commands) const {
+        QStringList arguments;
+        for (const QString& command : commands) arguments << kSwitch << command;
+        return Tell(arguments).code;
+    }
+    template <typename Done>
+    static bool Until(Done done, int ms = 20000) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done()) {
+            if (timer.hasExpired(ms)) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+        return true;
+    }
+
+  private:
+    QTemporaryDir home_;
+    QProcess process_;
+};
+
+class XClipboard : public testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(display.Works());
+        ASSERT_TRUE(folder.isValid());
+    }
+    QString MakeWav(const char* name, const QStringList& format, const char* seconds) const {
+        const QString path = folder.filePath(QLatin1String(name));
+        display.Run("sox",
+                    QStringList{"-R", "-n"} + format +
+                        QStringList{path, "synth", seconds, "sine", "441", "sine", "630", "vol", "0.6"});
+        return path;
+    }
+    QByteArray Raw(const QString& path) const {
+        return display.Run("sox", {"-D", path, "-t", "raw", "-e", "signed", "-b", "16", "-"});
+    }
+    QByteArray RawOf(const QByteArray& image) const {
+        return display.Run("sox", {"-D", "-t", "wav", "-", "-t", "raw", "-e", "signed", "-b", "16", "-"},
+                           image);
+    }
+    // What another program gets for the type.
+    QByteArray Asked(const char* type = "audio/x-wav") const {
+        return display.Run("xclip", {"-selection", "clipboard", "-o", "-t", QLatin1String(type)});
+    }
+    QStringList Offered() const {
+        return QString::fromUtf8(Asked("TARGETS")).split(u'\n', Qt::SkipEmptyParts);
+    }
+    // In the foreground, since its end is the end of what it offers.
+    LXDisplay::LRunning Offer(const char* type, const QByteArray& bytes) const {
+        auto process = display.Start(
+            "xclip", {"-quiet", "-selection", "clipboard", "-i", "-t", QLatin1String(type)}, bytes);
+        EXPECT_TRUE(LDrivenEditor::Until([&] {
+            const QStringList all = Offered();
+            return all.contains(QLatin1String(type)) && !all.contains("application/x-ondarix-clip");
+        }));
+        return process;
+    }
+    // The clip as a new sound of the editor, saved.
+    QByteArray PastedBy(const LDrivenEditor& editor, const char* name) const {
+        const QString path = folder.filePath(QLatin1String(name));
+        EXPECT_EQ(editor.Run({"Paste to New"}), 0);
+        EXPECT_EQ(editor.Tell({"-saveas", path}).code, 0);
+        EXPECT_TRUE(QFile::exists(path)) << name;
+        return Raw(path);
+    }
+
+    LXDisplay display;
+    QTemporaryDir folder;
+};
+
+TEST_F(XClipboard, AnotherProgramGetsExactlyWhatWasSelected) {
+    const QString path = MakeWav("a.wav", {"-r", "44100", "-b", "16", "-c", "2"}, "3");
+    const LDrivenEditor editor(display, {path});
+    ASSERT_EQ(editor.Run({"Select All", "Copy"}), 0);
+    EXPECT_TRUE(Offered().contains(QStringLiteral("audio/x-wav")));
+    const QByteArray whole = Raw(path);
+    EXPECT_EQ(RawOf(Asked()), whole);
+
+    ASSERT_EQ(
+        editor.Run({"Select None", "Go To Start", "Inch Forward", "Inch Forward", "Select To End", "Copy"}),
+        0);
+    const QByteArray part = RawOf(Asked());
+    EXPECT_GT(part.size(), 0);
+    EXPECT_LT(part.size(), whole.size());
+    EXPECT_TRUE(whole.endsWith(part));
+
+    // The clip outlives its sound, for others as well.
+    ASSERT_EQ(editor.Run({"Close File"}), 0);
+    EXPECT_EQ(RawOf(Asked()), part);
+    EXPECT_EQ(PastedBy(editor, "b.wav"), part);
+}
+
+TEST_F(XClipboard, AnHourlongCopyIsThereAtOnceAndArrivesWhole) {
+    const QString path = folder.filePath("long.wav");
+    display.Run("sox", {"-D", MakeWav("minute.wav", {"-r", "8000", "-b", "16", "-c", "2"}, "60"), path,
+                        "repeat", "59"});
+    const LDrivenEditor editor(display, {path});
+    ASSERT_TRUE(LDrivenEditor::Until([&] { return editor.Run({"Select All"}) == 0; })) << "it is loading";
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_EQ(editor.Run({"Copy"}), 0);
+    EXPECT_LT(timer.elapsed(), 1500) << "nothing is rendered yet";
+    timer.start();
+    const QByteArray image = Asked();
+    RecordProperty("transfer_ms", static_cast<int>(timer.elapsed()));
+    EXPECT_EQ(image.size(), 44 + int64_t{3600} * 8000 * 4);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(image.endsWith(file.readAll().mid(44)));
+}
+
+TEST_F(XClipboard, ASoundOfAnotherProgramIsPasted) {
+    const QString path = MakeWav("theirs.wav", {"-r", "22050", "-b", "16", "-c", "1"}, "2");
+    const QString ours = MakeWav("ours.wav", {"-r", "44100", "-b", "16", "-c", "2"}, "1");
+    const LDrivenEditor editor(display, {ours});
+    EXPECT_EQ(editor.Run({"Paste"}), -3) << "there is nothing to paste";
+    ASSERT_EQ(editor.Run({"Select All", "Copy"}), 0);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const auto other = Offer("audio/x-wav", file.readAll());
+    EXPECT_EQ(PastedBy(editor, "a.wav"), Raw(path)) << "and not our own older clip";
+
+    const auto words = Offer("UTF8_STRING", "words");
+    EXPECT_TRUE(LDrivenEditor::Until([&] { return editor.Run({"Paste"}) == -3; }));
+}
+
+TEST_F(XClipboard, TwoEditorsExchangeTheirClips) {
+    const QString left = MakeWav("left.wav", {"-r", "44100", "-b", "16", "-c", "2"}, "2");
+    const QString right = MakeWav("right.wav", {"-r", "48000", "-b", "16", "-c", "1"}, "1");
+    const LDrivenEditor one(display, {left}), two(display, {right});
+    ASSERT_EQ(two.Run({"Select All", "Copy"}), 0);
+    ASSERT_EQ(one.Run({"Select All", "Copy"}), 0);
+    EXPECT_EQ(PastedBy(two, "a.wav"), Raw(left));
+    ASSERT_EQ(two.Run({"Copy"}), 0);
+    EXPECT_EQ(PastedBy(one, "b.wav"), Raw(left));
+}
+
+TEST_F(XClipboard, ThePictureOfTheWaveformReachesOthers) {
+    const LDrivenEditor editor(display, {MakeWav("a.wav", {"-r", "44100", "-b", "16", "-c", "2"}, "3")});
+    ASSERT_EQ(editor.Run({"2085"}), 0);
+    EXPECT_TRUE(Offered().contains(QStringLiteral("image/png")));
+    const QByteArray facts = display.Run("identify", {"-format", "%m %w %h %k", "png:-"}, Asked("image/png"));
+    const QStringList parts = QString::fromLatin1(facts).split(u' ');
+    ASSERT_EQ(parts.size(), 4) << facts.toStdString();
+    EXPECT_EQ(parts[0], "PNG");
+    EXPECT_GT(parts[1].toInt(), 200);
+    EXPECT_GT(parts[2].toInt(), 100);
+    EXPECT_GT(parts[3].toInt(), 4) << "colours";
+}
+
+}  // namespace
+}  // namespace ondarix
