@@ -81,7 +81,6 @@ void TellState(const LEditSession& session, QJsonObject& json) {
     json["cursor"] = JsonInt(document.cursor);
     json["bookmarks"] = BookmarksToJson(document);
     json["regions"] = RegionsToJson(document);
-    json["files"] = QJsonArray::fromStringList(session.written);
 }
 
 }  // namespace
@@ -98,6 +97,7 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
         if (session.HasFiles() && !output.IsNone() && session.Doc().sound.Length() == 0)
             return context.console.Fail("nothing is left of the sound to be saved");
         status = session.WriteFiles();
+        context.console.Result()["files"] = QJsonArray::fromStringList(session.written);
         if (status != ExitStatus::kSuccess) return status;
         TellState(session, context.console.Result());
         if (arguments.Has(kHistoryOption.name))
