@@ -10,7 +10,8 @@ namespace {
 
 void Options(LCommandCall& call) {
     LOptionsDialog dialog(&call.frame);
-    if (dialog.exec() == QDialog::Accepted) call.frame.SettingsChanged();
+    QObject::connect(&dialog, &LOptionsDialog::Applied, &call.frame, &LMainFrame::SettingsChanged);
+    dialog.exec();
 }
 
 void CustomKeys(LCommandCall& call) {

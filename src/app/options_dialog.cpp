@@ -98,6 +98,7 @@ LOptionsDialog::LOptionsDialog(QWidget* owner) : QDialog(owner) {
     refusal_->setWordWrap(true);
     refusal_->hide();
     layout->addWidget(refusal_);
+    BuildPages();
     auto* buttons =
         new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel | QDialogButtonBox::Apply, this);
     apply_ = buttons->button(QDialogButtonBox::Apply);
@@ -105,7 +106,6 @@ LOptionsDialog::LOptionsDialog(QWidget* owner) : QDialog(owner) {
     defaults->setToolTip(QStringLiteral("The first values of this page"));
     layout->addWidget(buttons);
 
-    BuildPages();
     connect(filter_, &QLineEdit::textChanged, this, &LOptionsDialog::Filter);
     connect(pages_, &QListWidget::currentRowChanged, stack_, &QStackedWidget::setCurrentIndex);
     connect(buttons, &QDialogButtonBox::accepted, this, &LOptionsDialog::accept);
@@ -127,6 +127,7 @@ void LOptionsDialog::BuildPages() {
             auto* scroll = new QScrollArea(stack_);
             scroll->setWidgetResizable(true);
             scroll->setFrameShape(QFrame::NoFrame);
+            scroll->setFocusPolicy(Qt::NoFocus);
             auto* inside = new QWidget(scroll);
             rows = new QVBoxLayout(inside);
             rows->setContentsMargins(12, 4, 12, 4);
@@ -250,7 +251,7 @@ void LOptionsDialog::Follow() {
             if (!qobject_cast<QLabel*>(part) || static_cast<QLabel*>(part)->buddy()) part->setEnabled(counts);
         changed = changed || control.value() != control.before;
     }
-    apply_->setEnabled(changed);
+    if (apply_) apply_->setEnabled(changed);
     refusal_->hide();
 }
 

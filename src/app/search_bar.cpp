@@ -49,7 +49,7 @@ void LSearchDelegate::paint(QPainter* painter, const QStyleOptionViewItem& optio
     if (chosen) painter->fillRect(option.rect, palette.highlight());
     const QColor strong = palette.color(chosen ? QPalette::HighlightedText : QPalette::Text);
     QColor weak = chosen ? strong : palette.color(QPalette::PlaceholderText);
-    if (chosen) weak.setAlphaF(0.85f);
+    if (chosen) weak.setAlphaF(why.isEmpty() ? 0.85f : 0.65f);
     const QRect inside = option.rect.adjusted(10, kRowPadding, -10, -kRowPadding);
     const QRect upper(inside.left(), inside.top(), inside.width(), option.fontMetrics.height());
     const QRect lower(inside.left(), upper.bottom() + 1, inside.width(), inside.bottom() - upper.bottom());
