@@ -109,6 +109,11 @@ int64_t LWaveView::CanvasX(int64_t frame) const {
     return static_cast<int64_t>(std::floor(range_->XOf(frame, DeviceColumns())));
 }
 
+const std::vector<LMarker>& LWaveView::Markers() const {
+    static const std::vector<LMarker> none;
+    return markers_ ? *markers_ : none;
+}
+
 // --- Columns
 
 // Wants what is in view and not there yet, unless the worker is at it already.

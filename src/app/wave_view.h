@@ -125,9 +125,8 @@ class LWaveView final : public QWidget {
     void PaintColumns(int from, int to);
     LRows RowsOf(int strip) const;
     void PaintGround(QPainter& painter, int strip, int from, int to);
+    std::vector<LBar> BarsOf(const LRows& rows, int channel, int from, int to) const;
     void PaintBars(int strip, int channel, int from, int to);
-    void PaintBarRange(const LRows& rows, const LBar* bars, int first, int from, int to, bool selected,
-                       bool dimmed);
     void PaintClips(QPainter& painter, int strip, int channel, int from, int to);
     void PaintCurve(int strip, int channel, int from, int to);
     void PaintDots(QPainter& painter, int strip, int channel, int from, int to);
@@ -144,6 +143,7 @@ class LWaveView final : public QWidget {
     float SampleAt(int64_t frame, int channel) const;
 
     // Selecting.
+    const std::vector<LMarker>& Markers() const;
     void ExtendTo(int64_t frame);
     int EdgeAt(double x) const;  // of the selection under the mouse: 1 start, 2 end, 0 none
     void PressToSelect(double x, Qt::KeyboardModifiers modifiers);

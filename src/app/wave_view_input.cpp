@@ -70,7 +70,7 @@ void LWaveView::SelectAround(int64_t frame) {
     const LMarker* region = nullptr;
     int64_t from = 0, to = range_->Total();
     bool bookmarks = false;
-    for (const LMarker& marker : markers_ ? *markers_ : std::vector<LMarker>{}) {
+    for (const LMarker& marker : Markers()) {
         if (marker.kind == LMarkerKind::kRegion) {
             const bool here = frame >= marker.start && frame < marker.end;
             if (here && (!region || marker.end - marker.start < region->end - region->start))
@@ -106,7 +106,7 @@ LViewPlace LWaveView::PlaceAt(const QPointF& at) const {
     LViewPlace place{range_->FrameAt(at.x(), width()), monoView_ ? -1 : StripAt(at.y()), 0, 0};
     double nearest = kEdgePixels;
     int64_t shortest = 0;
-    for (const LMarker& marker : markers_ ? *markers_ : std::vector<LMarker>{}) {
+    for (const LMarker& marker : Markers()) {
         const double away = std::fabs(range_->XOf(marker.start, width()) - at.x());
         if (marker.kind == LMarkerKind::kBookmark && away <= nearest) {
             nearest = away;

@@ -157,38 +157,38 @@ void LWaveView::PaintGround(QPainter& painter, int strip, int from, int to) {
 
 // --- Bars
 
-void LWaveView::PaintBars(int strip, int channel, int from, int to) {
-    const LRows rows = RowsOf(strip);
-    const bool touches = Grid().FromSamples();  // the neighbour, as the signal does
+// One bar a column; over samples it touches the one before it, as the signal does.
+std::vector<LBar> LWaveView::BarsOf(const LRows& rows, int channel, int from, int to) const {
+    const bool touches = canvasGrid_.FromSamples();
     const int last = monoView_ ? columns_.Channels() : channel + 1;
     std::vector<LBar> bars(static_cast<size_t>(to - from));
-    float topBefore = 0, bottomBefore = 0;
-    bool before = false;
+    LWaveColumn before;
+    bool hasBefore = false;
     for (int x = from - 1; x < to; ++x) {
         const LWaveColumn* column = columns_.At(canvasFirst_ + x);
-        if (!column || channel >= columns_.Channels() ||
-            canvasGrid_.Edge(canvasFirst_ + x) >= range_->Total()) {
-            before = false;
+        if (!column || last > columns_.Channels() || canvasGrid_.Edge(canvasFirst_ + x) >= range_->Total()) {
+            hasBefore = false;
             continue;
         }
-        float top = column[channel].top, bottom = column[channel].bottom;
-        for (int c = channel + 1; c < last; ++c) {
-            top = std::max(top, column[c].top);
-            bottom = std::min(bottom, column[c].bottom);
-        }
-        float high = top, low = bottom;
-        if (touches && before) {
-            high = std::max(high, bottomBefore);
-            low = std::min(low, topBefore);
-        }
-        topBefore = top;
-        bottomBefore = bottom;
-        before = true;
+        LWaveColumn all = column[channel];
+        for (int c = channel + 1; c < last; ++c)
+            all = {std::max(all.top, column[c].top), std::min(all.bottom, column[c].bottom)};
+        const bool joined = touches && hasBefore;
+        const float high = joined ? std::max(all.top, before.bottom) : all.top;
+        const float low = joined ? std::min(all.bottom, before.top) : all.bottom;
+        before = all;
+        hasBefore = true;
         if (x < from) continue;
-        const int first = static_cast<int>(std::floor(rows.Of(high))),
-                  end = static_cast<int>(std::ceil(rows.Of(low)));
+        const int first = static_cast<int>(std::floor(rows.Of(static_cast<double>(high))));
+        const int end = static_cast<int>(std::ceil(rows.Of(static_cast<double>(low))));
         bars[static_cast<size_t>(x - from)] = {first, std::max(first + 1, end)};
     }
+    return bars;
+}
+
+void LWaveView::PaintBars(int strip, int channel, int from, int to) {
+    const LRows rows = RowsOf(strip);
+    const std::vector<LBar> bars = BarsOf(rows, channel, from, to);
     const LSelection selection = document_->EditRange();
     const auto columnOf = [&](int64_t frame) {
         return static_cast<int>(std::clamp<int64_t>(CanvasX(frame), from, to));
@@ -196,20 +196,15 @@ void LWaveView::PaintBars(int strip, int channel, int from, int to) {
     const bool dimmed = IsDimmed(channel);
     const int left = selection.IsEmpty() || dimmed ? to : columnOf(selection.start);
     const int right = selection.IsEmpty() || dimmed ? to : std::max(left, columnOf(selection.end));
-    PaintBarRange(rows, bars.data(), from, from, left, false, dimmed);
-    PaintBarRange(rows, bars.data(), from, left, right, true, dimmed);
-    PaintBarRange(rows, bars.data(), from, right, to, false, dimmed);
-}
-
-void LWaveView::PaintBarRange(const LRows& rows, const LBar* bars, int first, int from, int to, bool selected,
-                              bool dimmed) {
-    if (from >= to) return;
+    const auto fill = [&](int first, int end, const QColor& outer, const QColor& core) {
+        const auto colours =
+            dimmed ? RowColours(rows, Dimmed(outer), Dimmed(core)) : RowColours(rows, outer, core);
+        FillBars(canvas_, rows, colours, bars.data() + (first - from), first, end);
+    };
     const LWaveColours& colours = WaveColours();
-    const QColor outer = selected ? colours.selectedWave : colours.wave;
-    const QColor core = selected ? colours.selectedCore : colours.waveCore;
-    FillBars(canvas_, rows,
-             dimmed ? RowColours(rows, Dimmed(outer), Dimmed(core)) : RowColours(rows, outer, core),
-             bars + (from - first), from, to);
+    fill(from, left, colours.wave, colours.waveCore);
+    fill(left, right, colours.selectedWave, colours.selectedCore);
+    fill(right, to, colours.wave, colours.waveCore);
 }
 
 void LWaveView::PaintClips(QPainter& painter, int strip, int channel, int from, int to) {
@@ -330,7 +325,6 @@ void LWaveView::PaintJoints(QPainter& painter, int from, int to) {
 }
 
 void LWaveView::PaintMarkers(QPainter& painter) {
-    if (!markers_) return;
     const LWaveColours& colours = WaveColours();
     double before = -10;
     const auto line = [&](int64_t frame, QColor colour) {
@@ -340,7 +334,7 @@ void LWaveView::PaintMarkers(QPainter& painter) {
         colour.setAlpha(190);
         painter.fillRect(QRectF(x, 0, 1, height()), colour);
     };
-    for (const LMarker& marker : *markers_) {
+    for (const LMarker& marker : Markers()) {
         if (marker.start > range_->End()) break;
         if (marker.kind == LMarkerKind::kBookmark) {
             line(marker.start, colours.bookmark);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the wave view paints.
 #include <QAccessible>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QWheelEvent>
 
@@ -102,6 +103,22 @@ TEST_F(WaveViewTest, WhatScrollingLeavesEqualsAFreshPaint) {
     QTest::qWait(1);
     EXPECT_EQ(here.convertToFormat(QImage::Format_RGB32).copy(2, 4, 900, 300),
               fresh.View().grab().toImage().convertToFormat(QImage::Format_RGB32).copy(2, 4, 900, 300));
+}
+
+// The scale of a screen is fixed when a program starts.
+TEST(WaveViewScale, ScrollingIsExactOnScreensOfEveryScale) {
+    for (const char* scale : {"1.25", "2"}) {
+        QProcess self;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QLatin1String(scale));
+        environment.insert(QStringLiteral("QT_SCALE_FACTOR_ROUNDING_POLICY"), QStringLiteral("PassThrough"));
+        self.setProcessEnvironment(environment);
+        self.setProcessChannelMode(QProcess::MergedChannels);
+        self.start(QCoreApplication::applicationFilePath(),
+                   {QStringLiteral("--gtest_filter=WaveViewTest.WhatScrolling*:WaveMarkersTest.*")});
+        ASSERT_TRUE(self.waitForFinished(60000));
+        EXPECT_EQ(self.exitCode(), 0) << scale << ": " << self.readAll().toStdString();
+    }
 }
 
 TEST_F(WaveViewTest, MonoViewLaysAllChannelsOverEachOther) {
