@@ -38,9 +38,14 @@ LWaveView::LWaveView(LSoundDocumentRef document, LViewRange* range, LWaveColumns
     scroll_.setEasingCurve(QEasingCurve::OutCubic);
     connect(&scroll_, &QVariantAnimation::valueChanged, this, [this](const QVariant& part) {
         const double way = static_cast<double>(scrollTo_ - scrollFrom_) * part.toDouble();
+        animating_ = true;
         range_->MoveTo(scrollFrom_ + std::llround(way));
+        animating_ = false;
     });
-    connect(range_, &LViewRange::Changed, this, QOverload<>::of(&QWidget::update));
+    connect(range_, &LViewRange::Changed, this, [this] {
+        if (!animating_) scroll_.stop();  // whoever else moves the view has the last word
+        update();
+    });
     scrollTimer_.setInterval(16);
     connect(&scrollTimer_, &QTimer::timeout, this, &LWaveView::ScrollWhileDragging);
     Describe();

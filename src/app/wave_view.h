@@ -193,6 +193,7 @@ class LWaveView final : public QWidget {
     QElapsedTimer lastDoubleClick_;
     QVariantAnimation scroll_;
     int64_t scrollFrom_ = 0, scrollTo_ = 0;
+    bool animating_ = false;  // the view is moved by scroll_ right now
     double wheelRest_ = 0;  // pixels of a touch pad that were less than a frame
 
     bool sampleEditing_ = false;

@@ -137,6 +137,7 @@ void LWaveView::ShowHover(const QPointF& at) {
 }
 
 void LWaveView::PressToSelect(double x, Qt::KeyboardModifiers modifiers) {
+    scroll_.stop();
     drag_ = Drag::kSelect;
     dragX_ = x;
     pressX_ = x;
