@@ -3,10 +3,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QToolBar>
@@ -33,6 +35,10 @@ class CommandWindowTest : public WindowTest {
     }
     QString Hint() const { return frame->statusBar()->currentMessage(); }
     void Type(const char* keys) {
+        if (!frame->isActiveWindow()) {  // a dialog was
+            frame->activateWindow();
+            ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+        }
         QWidget* focus = frame->focusWidget() ? frame->focusWidget() : frame.get();
         QTest::keySequence(focus, QKeySequence(QString::fromUtf8(keys)));
     }
@@ -437,6 +443,92 @@ TEST_F(CommandWindowTest, OneChannelIsEditedAlone) {
     EXPECT_EQ(Samples(source, {"remix", "1"}), left);
     EXPECT_EQ(Samples(source, {"remix", "2"}), QByteArray(left.size(), '\0'));
     EXPECT_FALSE(window->Document().isModified);
+}
+
+// --- Commands that ask first
+
+void Fill(QDialog& dialog, const char* name, const QString& text) {
+    auto* line = dialog.findChild<QLineEdit*>(QLatin1String(name));
+    ASSERT_NE(line, nullptr) << name;
+    line->setText(text);
+}
+
+TEST_F(CommandWindowTest, TimesAndCountsThatAreTypedCount) {
+    const QString source = MakeWav("tone.wav");
+    const QByteArray all = Samples(source);
+    LSoundWindow* window = OpenTone();
+    const LDialogCloser answers([](QDialog& dialog) {
+        if (dialog.objectName() == QStringLiteral("silenceLengthDialog"))
+            Fill(dialog, "length", "1000 frames");
+        if (dialog.objectName() == QStringLiteral("positionDialog")) Fill(dialog, "position", "0:01.0");
+        if (auto* times = dialog.findChild<QSpinBox*>(QStringLiteral("times"))) times->setValue(3);
+    });
+    Type("Ctrl+G");
+    EXPECT_EQ(window->Document().cursor, 44100);
+    Type("Ctrl+I");
+    EXPECT_EQ(window->Document().sound.Length(), 3 * 44100 + 1000);
+    frame->RunCommand(kCmdSilenceAtStart);
+    frame->RunCommand(kCmdSilenceAtEnd);
+    window->View().Select(1000, 1500);
+    Type("Ctrl+L");
+    Type("Ctrl+S");
+    const QByteArray pause(1000 * 8, '\0');
+    EXPECT_EQ(Samples(source), pause + all.left(500 * 8).repeated(4) + all.mid(500 * 8, (44100 - 500) * 8) +
+                                   pause + all.mid(44100 * 8) + pause);
+}
+
+TEST_F(CommandWindowTest, AnEmptyNewFileTakesTheFormatOfWhatIsPasted) {
+    Sox({"-D", "-n", "-r", "22050", "-b", "16", "-c", "1", In("mono.wav"), "synth", "1", "sine", "300"});
+    Open(In("mono.wav"));
+    Type("Ctrl+C");
+    const LDialogCloser answers([](QDialog&) {});
+    Type("Ctrl+N");
+    LSoundDocument& made = frame->ActiveSound()->Document();
+    ASSERT_EQ(made.sound.Length(), 0);
+    EXPECT_EQ(made.sound.Format(), (LSoundFormat{44100, 2}));
+    EXPECT_FALSE(frame->IsAvailable(kCmdCopy));
+    Type("Ctrl+V");
+    EXPECT_EQ(made.sound.Format(), (LSoundFormat{22050, 1}));
+    EXPECT_EQ(made.sound.Length(), 22050);
+    Type("Ctrl+Z");
+    EXPECT_EQ(made.sound.Length(), 0);
+}
+
+TEST_F(CommandWindowTest, SoundsAreSplitIntoFilesAndDocumentsAndJoined) {
+    const QString source = MakeWav("tone.wav");
+    const QByteArray all = Samples(source);
+    LSoundWindow* window = OpenTone();
+    for (const int64_t position : {30000, 80000}) {
+        window->View().Select(position, position);
+        Type("Ctrl+B");
+    }
+    const QString parts = folder.filePath(QStringLiteral("parts"));
+    const LDialogCloser answers([&](QDialog& dialog) {
+        if (dialog.objectName() == QStringLiteral("pieceTargetDialog")) Fill(dialog, "folder", parts);
+    });
+    ASSERT_TRUE(QDir().mkpath(parts));
+    ASSERT_TRUE(frame->RunCommand(kCmdSplitAtBookmarks));
+    QByteArray together;
+    const QStringList files = QDir(parts).entryList({"*.wav"}, QDir::Files, QDir::Name);
+    ASSERT_EQ(files.size(), 3) << messages->told.join(QLatin1Char('|')).toStdString();
+    QList<QByteArray> pieces;
+    for (const QString& file : files) pieces.append(Samples(QDir(parts).filePath(file)));
+    for (const auto& [from, to] : {std::pair{0, 30000}, {30000, 80000}, {80000, 3 * 44100}})
+        EXPECT_TRUE(pieces.contains(all.mid(from * 8, (to - from) * 8))) << from;
+
+    window->View().Select(50000, 50000);
+    Type("Ctrl+K");
+    ASSERT_EQ(frame->Sounds().size(), 3);
+    frame->RunCommand(kCmdSplitChannels);
+    EXPECT_EQ(frame->Sounds().size(), 5);
+    EXPECT_EQ(frame->ActiveSound()->Document().sound.channels, 1);
+    frame->Activate(*window);
+    frame->RunCommand(kCmdUndo);
+    frame->RunCommand(kCmdUndo);
+    EXPECT_FALSE(window->Document().isModified) << "splitting makes no step";
+    frame->RunCommand(kCmdJoin);
+    EXPECT_GT(window->Document().sound.Length(), 3 * 44100);
+    EXPECT_EQ(window->Document().UndoLabel(), QStringLiteral("Join"));
 }
 
 }  // namespace
