@@ -231,6 +231,7 @@ void LMarkerRow::mousePressEvent(QMouseEvent* event) {
     TakeBack();
     grabbed_ = HitAt(event->position());
     grabbedX_ = event->position().x();
+    grabbedFrame_ = range_->FrameAt(grabbedX_, width());
     dragging_ = false;
     if (grabbed_.marker.id != 0)
         Focus(grabbed_.marker);
@@ -241,12 +242,14 @@ void LMarkerRow::mousePressEvent(QMouseEvent* event) {
 void LMarkerRow::mouseMoveEvent(QMouseEvent* event) {
     if (!(event->buttons() & Qt::LeftButton)) return ShowHover(event->position());
     if (grabbed_.marker.id == 0) return;
-    const double by = event->position().x() - grabbedX_;
-    dragging_ = dragging_ || std::fabs(by) >= kDragPixels;
+    const double x = event->position().x();
+    dragging_ = dragging_ || std::fabs(x - grabbedX_) >= kDragPixels;
     if (!dragging_) return;
     setCursor(grabbed_.part == Part::kWhole ? Qt::ClosedHandCursor : Qt::SizeHorCursor);
+    if (x < 0 || x > width())  // the view comes along
+        range_->MoveTo(range_->Start() + (x < 0 ? -1 : 1) * std::max<int64_t>(1, range_->Frames() / 40));
     const int64_t edge = grabbed_.part == Part::kEnd ? grabbed_.marker.end : grabbed_.marker.start;
-    int64_t to = edge + std::llround(by * static_cast<double>(range_->Frames()) / std::max(1, width()));
+    int64_t to = edge + range_->FrameAt(x, width()) - grabbedFrame_;
     if (snap) to = snap(to, event->modifiers());
     MoveTo(grabbed_.part, grabbed_.marker, to - edge);
     QToolTip::showText(event->globalPosition().toPoint(), MarkerText(moved_, document_->sound.sampleRate),

@@ -81,7 +81,8 @@ class LMarkerRow final : public QWidget {
     LMarker moved_;  // where it is now; id 0: nothing is being moved
     Hit grabbed_;    // as it was when the mouse took it
     double grabbedX_ = 0;
-    bool dragging_ = false;  // the mouse has left the place where it was pressed
+    int64_t grabbedFrame_ = 0;  // under the mouse at that time
+    bool dragging_ = false;     // the mouse has left the place where it was pressed
 };
 
 }  // namespace ondarix
