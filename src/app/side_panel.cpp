@@ -3,6 +3,7 @@
 
 #include <QLabel>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -56,6 +57,7 @@ LSidePanel::LSidePanel(const std::function<QAction*(int id)>& actionOf, QWidget*
     scroll->setWidgetResizable(true);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setFocusPolicy(Qt::NoFocus);
+    scroll->verticalScrollBar()->setAccessibleName(QStringLiteral("Position in the side panel"));
     scroll->setWidget(content);
     scroll->setMinimumWidth(content->sizeHint().width() + 16);
     setWidget(scroll);

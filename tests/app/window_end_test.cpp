@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "app/progress_dialog.h"
+#include "app/window_dialogs.h"
 #include "app/window_fixture.h"
 
 namespace ondarix {
@@ -114,8 +115,14 @@ TEST_F(WindowTest, TheClipOutlivesItsSoundAndNeverGoesInUnconverted) {
     Sox({"-D", "-n", "-r", "22050", "-b", "16", "-c", "1", In("mono.wav"), "synth", "1", "sine", "300"});
     LSoundWindow* mono = Open(In("mono.wav"));
     const auto converter = std::exchange(gMakeFormatConverter, nullptr);
-    frame->RunCommand(kCmdPaste);
+    const LDialogCloser error;
+    {
+        const LDialogCloser closer;
+        frame->RunCommand(kCmdPaste);
+        EXPECT_EQ(closer.Closed(), 1) << "the user is told";
+    }
     gMakeFormatConverter = converter;
+    EXPECT_EQ(error.Closed(), 1) << "what went wrong is told";
     EXPECT_EQ(mono->Document().sound.Format(), (LSoundFormat{22050, 1}));
     EXPECT_EQ(mono->Document().sound.Length(), 22050);
     EXPECT_FALSE(mono->Document().isModified);
