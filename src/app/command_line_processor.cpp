@@ -238,9 +238,10 @@ int RunSwitches(LFrameActions& frame, const QStringList& arguments, QString& rep
 // --- Single requests
 
 QString StateText(const LProgramState& state) {
-    const QJsonObject facts{{QStringLiteral("pid"), getpid()},
-                            {QStringLiteral("open"), QJsonArray::fromStringList(state.open)},
-                            {QStringLiteral("listeners"), QJsonArray::fromStringList(state.listeners)}};
+    QJsonObject facts{{QStringLiteral("pid"), getpid()},
+                      {QStringLiteral("open"), QJsonArray::fromStringList(state.open)},
+                      {QStringLiteral("listeners"), QJsonArray::fromStringList(state.listeners)}};
+    if (!state.active.isEmpty()) facts[QStringLiteral("active")] = state.active;
     return QString::fromUtf8(QJsonDocument(facts).toJson(QJsonDocument::Compact));
 }
 

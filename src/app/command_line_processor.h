@@ -11,6 +11,7 @@
 // Everything else goes through the switch loop, see kSwitches in the source. Names compare without case. A
 // command in it answers too; the answer of the last one counts.
 #pragma once
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 #include <functional>
@@ -23,6 +24,7 @@ namespace ondarix {
 struct LProgramState {
     QStringList open;  // paths of the open sounds, in order; the title where there is no path yet
     QStringList listeners;
+    QJsonObject active{};  // of the active sound; empty: none
 };
 
 class LCommandLineProcessor {

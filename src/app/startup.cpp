@@ -5,12 +5,15 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
 #include <cstdio>
 #include <optional>
+#include <ranges>
 
 #include "app/application.h"
 #include "app/background_registry.h"
@@ -186,6 +189,28 @@ int EditorRun::Process(const QStringList& arguments, QString& reply) {
     return LCommandLineProcessor(*frame_, [this] { return State(); }).Process(arguments, reply);
 }
 
+// Frames throughout. Lists end where the answer would grow too long for a reply.
+QJsonObject FactsOf(const LSoundDocument& document) {
+    constexpr size_t kMostMarksTold = 200;
+    QJsonArray bookmarks, regions;
+    for (const LBookmark& one : document.bookmarks | std::views::take(kMostMarksTold))
+        bookmarks.append(qint64{one.position});
+    for (const LRegion& one : document.regions | std::views::take(kMostMarksTold))
+        regions.append(QJsonArray{qint64{one.startFrame}, qint64{one.endFrame}});
+    return {{QStringLiteral("title"), document.title},
+            {QStringLiteral("rate"), document.sound.sampleRate},
+            {QStringLiteral("channels"), document.sound.channels},
+            {QStringLiteral("frames"), qint64{document.sound.Length()}},
+            {QStringLiteral("cursor"), qint64{document.cursor}},
+            {QStringLiteral("selection"),
+             QJsonArray{qint64{document.selectionStart}, qint64{document.selectionEnd}}},
+            {QStringLiteral("modified"), document.isModified},
+            {QStringLiteral("undo"), document.UndoLabel()},
+            {QStringLiteral("redo"), document.RedoLabel()},
+            {QStringLiteral("bookmarks"), bookmarks},
+            {QStringLiteral("regions"), regions}};
+}
+
 LProgramState EditorRun::State() const {
     LProgramState state;
     for (LSoundWindow* window : frame_->Sounds()) {
@@ -193,6 +218,7 @@ LProgramState EditorRun::State() const {
         state.open.append(document.path.isEmpty() ? document.title : document.path);
     }
     state.listeners = frame_->Listeners();
+    if (LSoundWindow* window = frame_->ActiveSound()) state.active = FactsOf(window->Document());
     return state;
 }
 

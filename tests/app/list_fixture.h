@@ -108,7 +108,8 @@ class LModalAnswers {
     void Answer() {
         AnswerSoon();
         QWidget* dialog = QApplication::activeModalWidget();
-        if (!dialog || dialog == answered_) return;
+        // Keys of an inactive window run no shortcut.
+        if (!dialog || dialog == answered_ || !dialog->isActiveWindow()) return;
         if (next_ >= answers_.size()) {
             ADD_FAILURE() << "unexpected dialog " << dialog->objectName().toStdString();
             dialog->close();
