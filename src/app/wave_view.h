@@ -194,7 +194,7 @@ class LWaveView final : public QWidget {
     QVariantAnimation scroll_;
     int64_t scrollFrom_ = 0, scrollTo_ = 0;
     bool animating_ = false;  // the view is moved by scroll_ right now
-    double wheelRest_ = 0;  // pixels of a touch pad that were less than a frame
+    double wheelRest_ = 0;    // pixels of a touch pad that were less than a frame
 
     bool sampleEditing_ = false;
     Stroke stroke_;
