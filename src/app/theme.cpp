@@ -3,8 +3,8 @@
 
 #include <QApplication>
 #include <QPalette>
-#include <QStyle>
-#include <QStyleFactory>
+#include <QProxyStyle>
+#include <QStyleOption>
 
 #include "gen/settings.h"
 
@@ -21,6 +21,32 @@ LThemeState& State() {
     static LThemeState state;
     return state;
 }
+
+// Fusion without pictures on the buttons of dialogs, and with boxes to tick that can be seen on a dark
+// ground: Fusion draws their outline darker than the window.
+class LPlainFusion final : public QProxyStyle {
+  public:
+    LPlainFusion() : QProxyStyle(QStringLiteral("Fusion")) {}
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override {
+        if (hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+        return QProxyStyle::styleHint(hint, option, widget, data);
+    }
+    void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                       const QWidget* widget) const override {
+        const bool isBox = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton ||
+                           element == PE_IndicatorItemViewItemCheck;
+        const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
+        if (!isBox || !State().dark || !button)
+            return QProxyStyle::drawPrimitive(element, option, painter, widget);
+        QStyleOptionButton lighter(*button);
+        lighter.palette.setColor(QPalette::Window, QColor(kBoxOutline));
+        QProxyStyle::drawPrimitive(element, &lighter, painter, widget);
+    }
+
+  private:
+    static constexpr QRgb kBoxOutline = 0xffb4bac2;  // which Fusion darkens
+};
 
 struct LPaletteRow {
     QPalette::ColorRole role;
@@ -133,8 +159,7 @@ void ApplyTheme(LThemeChoice choice) {
     }
     state.choice = choice;
     state.dark = choice == LThemeChoice::kDark || (choice == LThemeChoice::kSystem && state.systemDark);
-    if (QApplication::style()->name() != QStringLiteral("fusion"))
-        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    if (!dynamic_cast<LPlainFusion*>(QApplication::style())) QApplication::setStyle(new LPlainFusion);
     QApplication::setPalette(PaletteOf(state.dark));
 }
 

@@ -34,12 +34,12 @@ class LDrivenEditor {
         EXPECT_TRUE(Until([&] { return Tell({QStringLiteral("-version")}).code == 0; }));
     }
     ~LDrivenEditor() {
-        Tell({QStringLiteral("-exit")});
+        Tell({QStringLiteral("-exit")}, 1000);  // it may have a question of its own
         if (process_.waitForFinished(3000)) return;
         process_.kill();
         process_.waitForFinished(5000);
     }
-    LReply Tell(const QStringList& arguments) const {
+    LReply Tell(const QStringList& arguments, int patienceMs = 30000) const {
         const QByteArray before = qgetenv("ONDARIX_HOME");
         qputenv("ONDARIX_HOME", home_.path().toUtf8());
         const QString path = AutomationSocketPath();
@@ -53,7 +53,7 @@ class LDrivenEditor {
         socket.write(request + EncodeArgumentBlock(QStringList{QStringLiteral("test")} + arguments));
         QByteArray reply;
         while (reply.size() < 12 || reply.size() < 12 + LoadLe<int32_t>(reply.constData() + 8)) {
-            if (!socket.waitForReadyRead(30000)) return {};
+            if (!socket.waitForReadyRead(patienceMs)) return {};
             reply += socket.readAll();
         }
         return {LoadLe<int32_t>(reply.constData() + 4), QString::fromUtf8(reply.mid(12))};

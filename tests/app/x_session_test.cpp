@@ -27,6 +27,12 @@ class XSession : public testing::Test {
     void Key(const char* key) const {
         Tool(QStringLiteral("key --clearmodifiers %1").arg(QLatin1String(key)));
     }
+    void Type(const QString& text) const {
+        display.Run(QStringLiteral("xdotool"),
+                    {QStringLiteral("sleep"), QStringLiteral("0.3"), QStringLiteral("type"),
+                     QStringLiteral("--delay"), QStringLiteral("20"), text});
+        Tool(QStringLiteral("sleep 0.3"));
+    }
     void Click(int x, int y) const {
         Tool(QStringLiteral("mousemove %1 %2 sleep 0.05 click 1 sleep 0.05").arg(x).arg(y));
     }
@@ -69,13 +75,14 @@ class XSession : public testing::Test {
         return display.Run("sox",
                            QStringList{"-D", path, "-t", "raw", "-e", "signed", "-b", "16", "-"} + effects);
     }
-    // Finds the row of the markers by its effect: dragging there moves the only bookmark.
-    bool DragBookmark(int x, int toX, int bottom) const {
+    // Finds the row of the markers by its effect: dragging there, and not in the ruler above it, moves the
+    // only bookmark.
+    bool DragBookmark(int x, int toX, int top, int bottom) const {
         const auto place = [this] {
             return Active()[QStringLiteral("bookmarks")].toArray()[0].toInteger(-1);
         };
         const int64_t before = place();
-        for (int y = bottom; y > bottom - 400; y -= 6) {
+        for (int y = top; y < bottom; y += 8) {
             Drag(x, y, toX, y);
             if (place() != before) return true;
         }
@@ -93,7 +100,7 @@ TEST_F(XSession, SelectCutPasteUndoMarkDragExportAndSave) {
     editor = std::make_unique<LDrivenEditor>(display, QStringList{In("speech.wav")});
     const int64_t frames = Number(Await([](const QJsonObject& f) { return !f.isEmpty(); }), "frames");
     ASSERT_GT(frames, 40000);
-    Tool(QStringLiteral("search --sync --onlyvisible --name Ondarix windowactivate --sync"));
+    Tool(QStringLiteral("search --sync --onlyvisible --name Ondarix"));
     const int y = 450;
 
     // The whole recording is in view, so two clicks tell how places on the screen become frames.
@@ -130,7 +137,7 @@ TEST_F(XSession, SelectCutPasteUndoMarkDragExportAndSave) {
     const int64_t cursor = CursorAfterClick(600, y);
     Key("ctrl+b");
     Await([&](const QJsonObject& f) { return f["bookmarks"].toArray() == QJsonArray{qint64{cursor}}; });
-    ASSERT_TRUE(DragBookmark(600, 800, y));
+    ASSERT_TRUE(DragBookmark(600, 800, 170, 260));
     const int64_t moved = Active()[QStringLiteral("bookmarks")].toArray()[0].toInteger();
     EXPECT_NEAR(static_cast<double>(moved - cursor), static_cast<double>(at900 - at500) / 2,
                 static_cast<double>(frames) / 400);
@@ -145,11 +152,12 @@ TEST_F(XSession, SelectCutPasteUndoMarkDragExportAndSave) {
 
     // By name through the search line; the question about folder and format is answered as it stands.
     Key("ctrl+shift+q");
-    Tool(QStringLiteral("sleep 0.3 type --delay 20 export-all-regions"));
-    Tool(QStringLiteral("sleep 0.3 key Return sleep 0.5"));
+    Type(QStringLiteral("export all regions to folder"));
+    Tool(QStringLiteral("key Return search --sync --onlyvisible --name Export.Regions windowfocus --sync"));
+    Key("alt+f");
     Key("ctrl+a");
-    Tool(QStringLiteral("type --delay 10 %1").arg(exports));
-    Tool(QStringLiteral("key Return"));
+    Type(exports);
+    Key("Return");
     EXPECT_TRUE(LDrivenEditor::Until(
         [&] { return QDir(exports).entryList({QStringLiteral("*.wav")}, QDir::Files).size() == 2; }, 10000));
 
