@@ -34,10 +34,9 @@ class LPlainFusion final : public QProxyStyle {
     }
     void drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                        const QWidget* widget) const override {
-        const bool isBox = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton ||
-                           element == PE_IndicatorItemViewItemCheck;
+        const bool isBox = element == PE_IndicatorCheckBox || element == PE_IndicatorRadioButton;
         const auto* button = qstyleoption_cast<const QStyleOptionButton*>(option);
-        if (!isBox || !State().dark || !button)
+        if (!isBox || !IsDarkTheme() || !button)
             return QProxyStyle::drawPrimitive(element, option, painter, widget);
         QStyleOptionButton lighter(*button);
         lighter.palette.setColor(QPalette::Window, QColor(kBoxOutline));
