@@ -96,9 +96,11 @@ void LHistoryWindow::ShowRows() {
     if (!document)
         heading_->setText(QStringLiteral("No sound is open."));
     else if (present >= 0)
-        heading_->setText(QStringLiteral("The present state is shown in bold."));
+        heading_->setText(
+            QStringLiteral("A row goes to the state just before its step; the present one is bold."));
     else
-        heading_->setText(QStringLiteral("The present state is the one after the last row."));
+        heading_->setText(QStringLiteral(
+            "A row goes to the state just before its step; the present one follows the last."));
     if (present >= 0) list_->SelectOnly(static_cast<uint32_t>(present));
 }
 
