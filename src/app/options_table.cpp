@@ -42,6 +42,12 @@ constexpr LOptionRow kOptions[] = {
      "Marks the places where an edit has joined two stretches of sound. Counts for sounds opened from now "
      "on.",
      "1"},
+    {kViewPage, kSwitch, kSettings, "bZoomToMouse", "&Wheel zooms around the mouse",
+     "Otherwise the wheel with Ctrl zooms around the cursor.", "1"},
+    {kViewPage, kSwitch, kSettings, "ExtendZoom", "&Zoom in to single samples",
+     "Otherwise zooming in ends at one sample a pixel.", "1"},
+    {kEditPage, kSwitch, kSettings, "SnapSelection", "Edges of the selection &snap",
+     "Edges that the mouse moves go to the nearest joint, pause or zero crossing; Alt turns it round.", "0"},
     {kEditPage, kSwitch, kSettings, "MarkPastedClip", "&Mark what is pasted",
      "A pasted stretch becomes a bookmark with the name of the file that it was copied from.", "1"},
     {kEditPage, kSwitch, kSettings, "AutoPlaybackAfterEffects", "&Play after each effect",
