@@ -4,27 +4,17 @@
 #include <signal.h>
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocalSocket>
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <thread>
 
-#include "app/argument_block.h"
-#include "app/instance.h"
-#include "gen/bytes.h"
+#include "automation_client.h"
 
 namespace ondarix {
 namespace {
-
-struct Answer {
-    int32_t result = -1, code = 0;
-    QString text;
-};
 
 class Editors : public testing::Test {
   protected:
@@ -48,30 +38,9 @@ class Editors : public testing::Test {
         EXPECT_TRUE(process.waitForStarted(10000));
         return process;
     }
-    // The automation socket lies where it lies for this home.
-    QString SocketPath() const {
-        const QByteArray before = qgetenv("ONDARIX_HOME");
-        qputenv("ONDARIX_HOME", home.path().toUtf8());
-        const QString path = AutomationSocketPath();
-        qputenv("ONDARIX_HOME", before);
-        return path;
-    }
-    Answer Automate(const QStringList& arguments) const {
-        QLocalSocket socket;
-        socket.connectToServer(SocketPath());
-        if (!socket.waitForConnected(1000)) return {};
-        QByteArray request(8, '\0');
-        StoreLe<uint32_t>(request.data(), 74);
-        StoreLe<uint32_t>(request.data() + 4, 66564);
-        socket.write(request + EncodeArgumentBlock(QStringList{QStringLiteral("test")} + arguments));
-        QByteArray reply;
-        while (reply.size() < 12 || reply.size() < 12 + LoadLe<int32_t>(reply.constData() + 8)) {
-            if (!socket.waitForReadyRead(10000)) break;
-            reply += socket.readAll();
-        }
-        if (reply.size() < 12) return {};
-        return {LoadLe<int32_t>(reply.constData()), LoadLe<int32_t>(reply.constData() + 4),
-                QString::fromUtf8(reply.mid(12))};
+    QString SocketPath() const { return AutomationSocketOf(home.path()); }
+    LAutomationReply Automate(const QStringList& arguments) const {
+        return AskEditor(home.path(), arguments, 10000);
     }
     QJsonObject State() const {
         return QJsonDocument::fromJson(Automate({QStringLiteral("-state")}).text.toUtf8()).object();
@@ -79,16 +48,6 @@ class Editors : public testing::Test {
     qint64 RunningPid() const { return State()[QStringLiteral("pid")].toInteger(); }
     QStringList Listeners() const { return State()[QStringLiteral("listeners")].toVariant().toStringList(); }
     QStringList OpenSounds() const { return State()[QStringLiteral("open")].toVariant().toStringList(); }
-    template <typename Done>
-    static bool Until(Done done, int ms = 15000) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done()) {
-            if (timer.hasExpired(ms)) return false;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return true;
-    }
     // Told to end by a switch; the exit status.
     int Exit(QProcess& process) {
         Automate({QStringLiteral("-exit")});
@@ -117,10 +76,10 @@ const QString kListener = QStringLiteral("-addlistener");
 
 TEST_F(Editors, OneStartsEndsAndLeavesNothingBehind) {
     QProcess& editor = Start({kListener, QStringLiteral("first")});
-    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
     EXPECT_EQ(Listeners(), QStringList{QStringLiteral("first")});
     EXPECT_EQ(Markers().size(), 1);
-    const Answer version = Automate({QStringLiteral("-version")});
+    const LAutomationReply version = Automate({QStringLiteral("-version")});
     EXPECT_EQ(version.result, 1);
     EXPECT_EQ(version.text, QStringLiteral(ONDARIX_VERSION));
     EXPECT_EQ(Automate({}).code, -2);
@@ -136,7 +95,7 @@ TEST_F(Editors, OfTwoStartedTogetherOneIsTheWindowAndHearsTheOther) {
         const QStringList names{QStringLiteral("a%1").arg(round), QStringLiteral("b%1").arg(round)};
         QProcess& one = Start({kListener, names[0]});
         QProcess& two = Start({kListener, names[1]});
-        ASSERT_TRUE(Until([&] { return Listeners().size() == 2; })) << "round " << round;
+        ASSERT_TRUE(SleepUntil([&] { return Listeners().size() == 2; })) << "round " << round;
         EXPECT_THAT(Listeners(), testing::UnorderedElementsAre(names[0], names[1]));
         const qint64 pid = RunningPid();
         ASSERT_TRUE(pid == one.processId() || pid == two.processId());
@@ -152,13 +111,13 @@ TEST_F(Editors, OfTwoStartedTogetherOneIsTheWindowAndHearsTheOther) {
 TEST_F(Editors, ArgumentsCrossAsTheSenderMeantThem) {
     const QString sound = MakeSound(QStringLiteral("here.wav"));
     QProcess& editor = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() > 0; }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() > 0; }));
     QElapsedTimer timer;
     timer.start();
     QProcess& sender = Start({QStringLiteral("here.wav")}, home.path());
     ASSERT_TRUE(sender.waitForFinished(10000));
     RecordProperty("hand_over_ms", static_cast<int>(timer.elapsed()));
-    EXPECT_TRUE(Until([&] { return OpenSounds() == QStringList{sound}; }));
+    EXPECT_TRUE(SleepUntil([&] { return OpenSounds() == QStringList{sound}; }));
 
     // 129 with argument 0: the last listener is the 129th and stays away.
     QStringList many(126, QStringLiteral("-block"));
@@ -167,23 +126,23 @@ TEST_F(Editors, ArgumentsCrossAsTheSenderMeantThem) {
     many.removeFirst();
     many.last() = QString(300, u'n');
     ASSERT_TRUE(Start(many).waitForFinished(10000));
-    EXPECT_TRUE(Until([&] { return !Listeners().isEmpty(); }));
+    EXPECT_TRUE(SleepUntil([&] { return !Listeners().isEmpty(); }));
     EXPECT_EQ(Listeners(), QStringList{QString(259, u'n')});
     EXPECT_EQ(Exit(editor), 0);
 }
 
 TEST_F(Editors, AKilledOneIsReplacedAndAskedAboutOnce) {
     QProcess& first = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() == first.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == first.processId(); }));
     first.kill();
     ASSERT_TRUE(first.waitForFinished(5000));
     EXPECT_TRUE(QFile::exists(SocketPath()));
     EXPECT_EQ(Markers().size(), 1);
     // The question of this start waits for nobody: hand-over and exit work beside it.
     QProcess& second = Start({kListener, QStringLiteral("x")});
-    ASSERT_TRUE(Until([&] { return RunningPid() == second.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == second.processId(); }));
     ASSERT_TRUE(Start({kListener, QStringLiteral("y")}).waitForFinished(10000));
-    EXPECT_TRUE(Until([&] { return Listeners().size() == 2; }));
+    EXPECT_TRUE(SleepUntil([&] { return Listeners().size() == 2; }));
     EXPECT_EQ(Exit(second), 0);
     EXPECT_TRUE(Markers().isEmpty());
 }
@@ -191,7 +150,7 @@ TEST_F(Editors, AKilledOneIsReplacedAndAskedAboutOnce) {
 TEST_F(Editors, SignalsEndInOrder) {
     for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         QProcess& editor = Start({});
-        ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+        ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
         ::kill(static_cast<pid_t>(editor.processId()), number);
         ASSERT_TRUE(editor.waitForFinished(10000)) << number;
         EXPECT_EQ(editor.exitStatus(), QProcess::NormalExit);
@@ -205,12 +164,12 @@ TEST_F(Editors, SignalsEndInOrder) {
 TEST_F(Editors, AStartDuringAnotherOnesEndTakesItsPlace) {
     for (int delayMs : {0, 5, 10, 20, 40, 80}) {
         QProcess& first = Start({});
-        ASSERT_TRUE(Until([&] { return RunningPid() == first.processId(); }));
+        ASSERT_TRUE(SleepUntil([&] { return RunningPid() == first.processId(); }));
         ::kill(static_cast<pid_t>(first.processId()), SIGTERM);
         std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
         QProcess& second = Start({kListener, QStringLiteral("next")});
         ASSERT_TRUE(first.waitForFinished(10000));
-        ASSERT_TRUE(Until([&] { return RunningPid() == second.processId(); })) << delayMs;
+        ASSERT_TRUE(SleepUntil([&] { return RunningPid() == second.processId(); })) << delayMs;
         EXPECT_EQ(Listeners(), QStringList{QStringLiteral("next")});
         ASSERT_EQ(Exit(second), 0);
     }
@@ -221,11 +180,11 @@ TEST_F(Editors, FilesOpenedTogetherAreAllOpened) {
     QStringList sounds;
     for (int i = 0; i < 6; ++i) sounds.append(MakeSound(QStringLiteral("s%1.wav").arg(i), 120));
     QProcess& editor = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
     std::vector<QProcess*> senders;
     for (const QString& sound : sounds) senders.push_back(&Start({sound}));
     for (QProcess* sender : senders) ASSERT_TRUE(sender->waitForFinished(20000));
-    EXPECT_TRUE(Until([&] { return OpenSounds().size() == 6; }));
+    EXPECT_TRUE(SleepUntil([&] { return OpenSounds().size() == 6; }));
     QStringList open = OpenSounds();
     open.sort();
     EXPECT_EQ(open, sounds);
@@ -235,7 +194,7 @@ TEST_F(Editors, FilesOpenedTogetherAreAllOpened) {
 // The box that says so is open before the first event loop runs.
 TEST_F(Editors, ASignalEndsOneWithADialogOpen) {
     QProcess& editor = Start({home.filePath(QStringLiteral("missing.wav"))});
-    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
     ::kill(static_cast<pid_t>(editor.processId()), SIGTERM);
     ASSERT_TRUE(editor.waitForFinished(10000));
     EXPECT_EQ(editor.exitStatus(), QProcess::NormalExit);
@@ -245,7 +204,7 @@ TEST_F(Editors, ASignalEndsOneWithADialogOpen) {
 
 TEST_F(Editors, AHiddenOneLivesOnComesBackAndEnds) {
     QProcess& editor = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
     EXPECT_EQ(Automate({QStringLiteral("-close")}).code, 0);
     EXPECT_FALSE(editor.waitForFinished(300));
     ASSERT_TRUE(Start({}).waitForFinished(10000));
@@ -257,7 +216,7 @@ TEST_F(Editors, AHiddenOneLivesOnComesBackAndEnds) {
 
 TEST_F(Editors, HomesKeepInstancesApart) {
     QProcess& first = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() == first.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == first.processId(); }));
     const QTemporaryDir otherHome;
     environment.insert(QStringLiteral("ONDARIX_HOME"), otherHome.path());
     QProcess& second = Start({kListener, QStringLiteral("elsewhere")});
@@ -268,7 +227,7 @@ TEST_F(Editors, HomesKeepInstancesApart) {
 
 TEST_F(Editors, GarbageDoesNotDisturbTheWindow) {
     QProcess& editor = Start({});
-    ASSERT_TRUE(Until([&] { return RunningPid() == editor.processId(); }));
+    ASSERT_TRUE(SleepUntil([&] { return RunningPid() == editor.processId(); }));
     std::vector<std::unique_ptr<QLocalSocket>> clients;
     for (int i = 0; i < 12; ++i) {
         clients.push_back(std::make_unique<QLocalSocket>());

@@ -12,7 +12,7 @@
 namespace ondarix {
 namespace {
 
-class XSession : public testing::Test {
+class XEditing : public testing::Test {
   protected:
     void SetUp() override {
         ASSERT_TRUE(display.Works());
@@ -55,7 +55,7 @@ class XSession : public testing::Test {
     template <typename Done>
     QJsonObject Await(Done done) const {
         QJsonObject facts;
-        EXPECT_TRUE(LDrivenEditor::Until(
+        EXPECT_TRUE(SleepUntil(
             [&] {
                 facts = Active();
                 return done(facts);
@@ -94,7 +94,7 @@ class XSession : public testing::Test {
     std::unique_ptr<LDrivenEditor> editor;
 };
 
-TEST_F(XSession, SelectCutPasteUndoMarkDragExportAndSave) {
+TEST_F(XEditing, SelectCutPasteUndoMarkDragExportAndSave) {
     const QString exports = In("regions");
     ASSERT_TRUE(QDir().mkpath(exports));
     editor = std::make_unique<LDrivenEditor>(display, QStringList{In("speech.wav")});
@@ -158,7 +158,7 @@ TEST_F(XSession, SelectCutPasteUndoMarkDragExportAndSave) {
     Key("ctrl+a");
     Type(exports);
     Key("Return");
-    EXPECT_TRUE(LDrivenEditor::Until(
+    EXPECT_TRUE(SleepUntil(
         [&] { return QDir(exports).entryList({QStringLiteral("*.wav")}, QDir::Files).size() == 2; }, 10000));
 
     Key("ctrl+s");
