@@ -146,7 +146,7 @@ JobResult HistoryGoStep(const LEditStep& step, const Places&, LEditSession& sess
     const std::vector<int> slots = document.HistorySlots();
     if (step.number > std::ssize(slots))
         return session.Fault(QString("the history has %1 entries").arg(slots.size()));
-    if (!document.GoTo(slots[static_cast<size_t>(step.number - 1)]))
+    if (!GoToChange(document, session.host, slots[static_cast<size_t>(step.number - 1)]))
         return session.Fault(QString("there is no way to entry %1").arg(step.number));
     return JobResult::kSuccess;
 }

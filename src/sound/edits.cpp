@@ -226,4 +226,8 @@ bool RevertDocument(LSoundDocument& document, LEditHost& host) {
     return document.CanRevertToSaved() && ShowStep(document, host, [&] { return document.RevertToSaved(); });
 }
 
+bool GoToChange(LSoundDocument& document, LEditHost& host, int slot) {
+    return ShowStep(document, host, [&] { return document.GoTo(slot); });
+}
+
 }  // namespace ondarix

@@ -69,6 +69,8 @@ JobResult JoinSounds(LSoundDocument& document, LEditHost& host, const std::vecto
 bool UndoChange(LSoundDocument& document, LEditHost& host, int target = -1);
 bool RedoChange(LSoundDocument& document, LEditHost& host, int target = -1);
 bool RevertDocument(LSoundDocument& document, LEditHost& host);
+// To a slot on either side; true also when its state is the present one.
+bool GoToChange(LSoundDocument& document, LEditHost& host, int slot);
 
 // --- One channel alone (sound/channel_edit.cpp). Bookmarks and regions name places of the whole sound, whose
 // other channels do not move: edits of one channel leave them where they are. A command that changes the

@@ -145,6 +145,12 @@ TEST(CliDocument, OneChannelIsEditedAlone) {
     const QByteArray was = FloatSamples(left, {"remix", "2"});
     EXPECT_TRUE(FloatSamples(edited, {"remix", "2"}) ==
                 was.first(400) + QByteArray(400, '\0') + was.mid(800));
+    // Whatever way is taken through the history, the channel stays chosen.
+    for (const char* back : {"undo", "history-go 1", "undo redo undo", "history-go 1 history-go 3 undo"}) {
+        ASSERT_EQ(Edit(home, QString("delete 0 5 edit-channel 2 %1 silence 100 200").arg(back)).status, 0);
+        EXPECT_TRUE(FloatSamples(edited, {"remix", "1"}) == FloatSamples(left, {"remix", "1"})) << back;
+        EXPECT_TRUE(FloatSamples(edited, {"remix", "2"}).mid(400, 400) == QByteArray(400, '\0')) << back;
+    }
     // A channel that became shorter ends with silence, and that is told.
     const Outcome shorter = Edit(home, "edit-channel 1 delete 0 441");
     EXPECT_EQ(shorter.status, 0);
