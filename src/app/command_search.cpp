@@ -118,6 +118,7 @@ std::vector<const LCommandRow*> SearchCommands(const QString& query) {
         return a.fit != b.fit ? a.fit > b.fit : a.length < b.length;
     });
     std::vector<const LCommandRow*> rows;
+    rows.reserve(found.size());
     for (const LFound& one : found) rows.push_back(one.row);
     return rows;
 }

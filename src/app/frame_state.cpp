@@ -33,7 +33,7 @@ bool HasChannel(const LSoundDocument& document, int id) {
 
 // "Undo Paste" and the like.
 QString ActionText(const LCommandRow& row, LSoundWindow* sound) {
-    const QString text = QString::fromUtf8(row.text);
+    QString text = QString::fromUtf8(row.text);
     if (!sound || (row.id != kCmdUndo && row.id != kCmdRedo)) return text;
     const LSoundDocument& document = sound->Document();
     QString label = row.id == kCmdUndo ? document.UndoLabel() : document.RedoLabel();

@@ -62,7 +62,6 @@ QVariant LListModel::data(const QModelIndex& index, int role) const {
     switch (role) {
         case Qt::DisplayRole:
         case Qt::EditRole:
-            return text;
         case Qt::ToolTipRole:  // the cell may be too narrow for it
             return text;
         case Qt::FontRole:

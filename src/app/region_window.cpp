@@ -101,7 +101,8 @@ void LRegionWindow::AddFileButtons() {
 // What Ctrl+Z takes back: the sound of the current region, otherwise the active one.
 LSoundDocument* LRegionWindow::Shown() {
     if (const auto serial = list_->Current())
-        if (const LSoundDocumentRef owner = OwnerOf(*serial)) return owner.Get();
+        for (LSoundWindow* window : frame_.Sounds())
+            if (FindRegion(window->Document(), *serial)) return &window->Document();
     LSoundWindow* active = frame_.ActiveSound();
     return active ? &active->Document() : nullptr;
 }

@@ -11,9 +11,9 @@
 #include <QPushButton>
 #include <QThread>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <optional>
-#include <ranges>
 
 #include "app/application.h"
 #include "app/background_registry.h"
@@ -193,10 +193,11 @@ int EditorRun::Process(const QStringList& arguments, QString& reply) {
 QJsonObject FactsOf(const LSoundDocument& document) {
     constexpr size_t kMostMarksTold = 200;
     QJsonArray bookmarks, regions;
-    for (const LBookmark& one : document.bookmarks | std::views::take(kMostMarksTold))
-        bookmarks.append(qint64{one.position});
-    for (const LRegion& one : document.regions | std::views::take(kMostMarksTold))
-        regions.append(QJsonArray{qint64{one.startFrame}, qint64{one.endFrame}});
+    for (size_t i = 0; i < std::min(document.bookmarks.size(), kMostMarksTold); ++i)
+        bookmarks.append(qint64{document.bookmarks[i].position});
+    for (size_t i = 0; i < std::min(document.regions.size(), kMostMarksTold); ++i)
+        regions.append(
+            QJsonArray{qint64{document.regions[i].startFrame}, qint64{document.regions[i].endFrame}});
     return {{QStringLiteral("title"), document.title},
             {QStringLiteral("rate"), document.sound.sampleRate},
             {QStringLiteral("channels"), document.sound.channels},

@@ -96,11 +96,11 @@ QString TimeInputText(int64_t frames, int32_t sampleRate) {
             ++seconds;
             parts = 0;
         }
-        const QString text = QStringLiteral("%1:%2:%3.%4")
-                                 .arg(seconds / 3600)
-                                 .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
-                                 .arg(seconds % 60, 2, 10, QLatin1Char('0'))
-                                 .arg(parts, digits, 10, QLatin1Char('0'));
+        QString text = QStringLiteral("%1:%2:%3.%4")
+                           .arg(seconds / 3600)
+                           .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+                           .arg(seconds % 60, 2, 10, QLatin1Char('0'))
+                           .arg(parts, digits, 10, QLatin1Char('0'));
         if (digits == 9 || ParseTimeInput(text, sampleRate) == frames) return text;
     }
     return {};
