@@ -2,6 +2,8 @@
 #include "app/wave_view_access.h"
 
 #include <QAccessibleWidget>
+#include <algorithm>
+#include <cmath>
 
 #include "app/wave_view.h"
 
@@ -19,8 +21,8 @@ class LWaveAccessible final : public QAccessibleWidget, public QAccessibleValueI
     }
     QVariant currentValue() const override { return Seconds(View().Cursor()); }
     void setCurrentValue(const QVariant& value) override {
-        const double frame = value.toDouble() * View().SampleRate();
-        View().MoveCursor(static_cast<int64_t>(frame + 0.5), false);
+        const double seconds = std::clamp(value.toDouble(), 0.0, Seconds(View().Total()));
+        View().MoveCursor(std::llround(seconds * View().SampleRate()), false);
     }
     QVariant maximumValue() const override { return Seconds(View().Total()); }
     QVariant minimumValue() const override { return 0.0; }

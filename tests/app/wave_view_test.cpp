@@ -269,6 +269,8 @@ TEST_F(WaveViewTest, AssistiveProgramsReadAndSetTheCursor) {
     EXPECT_EQ(wave->valueInterface()->maximumValue().toDouble(), 3.0);
     wave->valueInterface()->setCurrentValue(0.5);
     EXPECT_EQ(View().Cursor(), kRate / 2);
+    wave->valueInterface()->setCurrentValue(1e300);
+    EXPECT_EQ(View().Cursor(), 3 * kRate);
     for (QWidget* child : window->findChildren<QWidget*>())
         if (child->isVisible() && !child->objectName().startsWith(QStringLiteral("qt_")) &&
             child->parentWidget() == window.get()) {
