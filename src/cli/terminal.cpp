@@ -55,7 +55,8 @@ int LTerminalHost::Ask(const QString& /*title*/, const QString& text, const QStr
 
 QStringList LTerminalHost::TakeNotes() { return std::exchange(notes_, {}); }
 
-LTerminalProgress::LTerminalProgress(bool show) : show_(show && isatty(STDERR_FILENO) == 1) {}
+LTerminalProgress::LTerminalProgress(bool show, LTerminalHost& host)
+    : host_(host), show_(show && isatty(STDERR_FILENO) == 1) {}
 
 bool LTerminalProgress::IsCancelled() { return gSignalled != 0; }
 

@@ -30,12 +30,13 @@ void CatchSignals();
 // error is one.
 class LTerminalProgress final : public LProgress {
   public:
-    explicit LTerminalProgress(bool show);
+    LTerminalProgress(bool show, LTerminalHost& host);
     ~LTerminalProgress() override { Clear(); }
     bool IsCancelled() override;
     WaitResult Sleep(int ms) override;
     WaitResult WaitForHandle(LWaitHandle handle, int ms) override;
     WaitResult WaitForHandles(const LHandleList& handles, int ms) override;
+    void ReportError(const QString& text) override { host_.Tell({}, text); }
     void SetStatus(const QString& text, int line) override;
     void SetFraction(double fraction) override;
     void Clear();  // takes the line away, before something else is written
@@ -43,6 +44,7 @@ class LTerminalProgress final : public LProgress {
   private:
     void Show();
 
+    LTerminalHost& host_;
     bool show_;
     bool shown_ = false;
     int percent_ = -1;
@@ -50,7 +52,7 @@ class LTerminalProgress final : public LProgress {
 };
 
 struct LContext {
-    LContext(bool json, bool showProgress) : console(json), progress(showProgress) {}
+    LContext(bool json, bool showProgress) : console(json), progress(showProgress, host) {}
 
     // What became of a piece of work: its remarks on success, else one line, `fallback` where the engine said
     // nothing. kCancelled without a signal means that a question was answered so, which is a failure here.

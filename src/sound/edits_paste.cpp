@@ -32,6 +32,8 @@ void MarkClip(LSoundDocument& document, int64_t start, const QString& clipName) 
 void TakeOver(LSoundDocument& document, const LSound& inserted) {
     LSound taken = inserted;
     taken.SetLosslessMode(document.sound.losslessMode);
+    // Bookmarks outlive the sound, at frame 0, and count in its rate.
+    ScaleBookmarks(document.bookmarks, taken.sampleRate, document.sound.sampleRate);
     document.sound = std::move(taken);
     document.Select(0, inserted.Length());
 }
@@ -175,6 +177,7 @@ JobResult InsertSound(LSoundDocument& document, LEditHost& host, const LSound& i
     return Change(document, label, host, [&] {
         if (length == 0 && document.channelEditMode == LSoundDocument::kEditsWhole) {
             TakeOver(document, inserted);
+            if (!markName.isEmpty()) MarkClip(document, 0, markName);
             return JobResult::kSuccess;
         }
         const LSoundFormat format = document.Edited().Format();

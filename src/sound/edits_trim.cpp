@@ -144,6 +144,7 @@ JobResult JoinSounds(LSoundDocument& document, LEditHost& host, const std::vecto
                 joined.channels = piece.channels;
             }
         }
+        ScaleBookmarks(document.bookmarks, joined.sampleRate, document.sound.sampleRate);
         document.sound = std::move(joined);
         return JobResult::kSuccess;
     });

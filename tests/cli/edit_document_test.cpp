@@ -196,6 +196,10 @@ TEST(CliDocument, BookmarksFollowEditsAndStayWithTheFile) {
     // Undone marks are not saved, and a pasted clip is marked.
     EXPECT_EQ(MarksOf(Edit(home, "bookmark 1 A bookmark 2 B undo", {"--json"})), "A 1");
     EXPECT_EQ(MarksOf(Edit(home, "copy 0 9 paste 20", {"--json"})), "in.wav 20");
+    // What is left of bookmarks in an emptied sound counts in the rate of the clip that it takes over.
+    const QString emptied = "copy bookmark 0 A convert-rate 22050 select-all delete paste move 0 100 500";
+    EXPECT_EQ(MarksOf(Edit(home, emptied, {"--json"})), "A 400, in.wav 400");
+    EXPECT_EQ(MarksOf(again("cursor 0")), "A 400, in.wav 400");
     WriteFile(home.File("in.wav.odxm"), "no such thing");
     const Outcome damaged = Edit(home, "delete 0 1");
     EXPECT_EQ(damaged.status, 0);

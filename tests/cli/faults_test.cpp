@@ -170,6 +170,18 @@ TEST(CliFaults, AFullDiskLeavesTheOldFile) {
     EXPECT_EQ(FileContent(home.File("out.wav")), "the old file");
 }
 
+// Met while a step writes a working file of its own.
+TEST(CliFaults, AFullDiskAmongTheStepsIsNamed) {
+    const Home home;
+    WriteFile(home.File("in.wav"), SmallWav());
+    WriteFile(home.File("long.wav"), NoiseWav(8, 1, 16, 22050, 1, 8000, 0.5).ToBytes());
+    for (const char* steps : {"convert-rate 96000", "copy convert-rate 96000", "join long.wav join long.wav"}) {
+        const QStringList line = QStringList{"edit", "in.wav", "-"} + QString(steps).split(' ');
+        ExpectFailure(home, line, 2, LimitFileSize(45'000));
+        EXPECT_TRUE(home.Run(line, LimitFileSize(45'000)).err.contains("working folder")) << steps;
+    }
+}
+
 TEST(CliFaults, AResultThatCannotBePrintedIsAFailure) {
     const Home home;
     auto process = home.Start({"formats"}, [] { close(STDOUT_FILENO); });
