@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <ctime>
 
 namespace ondarix {
 namespace {
@@ -18,7 +19,21 @@ LEvent& CancelEvent() {
     return event;
 }
 
-extern "C" void OnCancelSignal(int /*signal*/) {
+// Who ends a process may do so twice over, as timeout(1) does: to the process and to its group.
+constexpr int64_t kSameRequestNanoseconds = 500'000'000;
+int64_t gSignalTime = 0;  // of the first
+
+extern "C" void OnCancelSignal(int number) {
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const int64_t time = int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+    if (gSignalled) {
+        if (time - gSignalTime < kSameRequestNanoseconds) return;
+        signal(number, SIG_DFL);
+        raise(number);
+        return;
+    }
+    gSignalTime = time;
     gSignalled = 1;
     const uint64_t one = 1;
     const auto written = write(gCancelDescriptor, &one, sizeof one);
@@ -31,7 +46,8 @@ void CatchSignals() {
     gCancelDescriptor = CancelEvent().Handle().fd;
     struct sigaction action = {};
     action.sa_handler = &OnCancelSignal;
-    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    action.sa_flags = SA_RESTART;
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&action.sa_mask, number);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before = {};
         // A shell starts background jobs with SIGINT ignored, nohup with SIGHUP ignored; that stays.

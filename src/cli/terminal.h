@@ -22,8 +22,9 @@ class LTerminalHost final : public LMessageHost {
     QStringList notes_;
 };
 
-// SIGINT, SIGTERM and SIGHUP cancel; a second one ends the process at once. A broken pipe and a file that
-// grows over its limit become errors of the write. Call once, before any progress is made.
+// SIGINT, SIGTERM and SIGHUP cancel; another one half a second later or more ends the process at once. A
+// broken pipe and a file that grows over its limit become errors of the write. Call once, before any progress
+// is made.
 void CatchSignals();
 
 // Cancelled by a signal. Shows "45% Saving..." on one line of the terminal where wanted and where standard

@@ -175,7 +175,8 @@ TEST(CliFaults, AFullDiskAmongTheStepsIsNamed) {
     const Home home;
     WriteFile(home.File("in.wav"), SmallWav());
     WriteFile(home.File("long.wav"), NoiseWav(8, 1, 16, 22050, 1, 8000, 0.5).ToBytes());
-    for (const char* steps : {"convert-rate 96000", "copy convert-rate 96000", "join long.wav join long.wav"}) {
+    for (const char* steps :
+         {"convert-rate 96000", "copy convert-rate 96000", "join long.wav join long.wav"}) {
         const QStringList line = QStringList{"edit", "in.wav", "-"} + QString(steps).split(' ');
         ExpectFailure(home, line, 2, LimitFileSize(45'000));
         EXPECT_TRUE(home.Run(line, LimitFileSize(45'000)).err.contains("working folder")) << steps;
@@ -200,8 +201,12 @@ bool WaitUntil(const std::function<bool()>& condition) {
     return true;
 }
 
+// Twice, as timeout(1) does it.
 void ExpectCancelled(const Home& home, QProcess& process, int signal) {
-    ASSERT_EQ(kill(static_cast<pid_t>(process.processId()), signal), 0);
+    const auto id = static_cast<pid_t>(process.processId());
+    ASSERT_EQ(kill(id, signal), 0);
+    QThread::msleep(1);
+    kill(id, signal);
     QElapsedTimer timer;
     timer.start();
     const Outcome outcome = Wait(process);
