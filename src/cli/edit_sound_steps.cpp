@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Operations that take their places as operands. These may lie outside the sound, and to change nothing is no
-// failure: a script need not know how long the sound is.
+// Operations that take their places as operands. These may lie outside the sound, of a range counts what lies
+// in it, and to change nothing is no failure: a script need not know how long the sound is.
 #include <algorithm>
 
 #include "cli/edit_operations.h"
@@ -15,22 +15,6 @@ int64_t LengthOf(LEditSession& session) { return session.Doc().Edited().Length()
 LSelection Inside(LEditSession& session, int64_t start, int64_t end) {
     const int64_t length = LengthOf(session);
     return {std::clamp<int64_t>(start, 0, length), std::clamp<int64_t>(end, 0, length)};
-}
-
-// A change of a range that reaches outside, where the commands on a selection do not go. What stands in the
-// sound moves behind what comes in before its start.
-template <typename F>
-JobResult ChangeBeyond(LEditSession& session, const char* label, int64_t start, F&& change) {
-    LSoundDocument& document = session.Doc();
-    return Change(document, label, session.host, [&] {
-        const int64_t length = document.Edited().Length();
-        change(document.Edited());
-        if (start < 0 && document.channelEditMode == LSoundDocument::kEditsWhole) {
-            ShiftBookmarks(document.bookmarks, -1, document.Edited().Length() - length);
-            ShiftRegions(document.regions, -1, document.Edited().Length() - length);
-        }
-        return JobResult::kSuccess;
-    });
 }
 
 // In double precision, which is enough for limits far below what 64 bits hold.
@@ -70,15 +54,13 @@ JobResult KeepStep(const LEditStep&, const Frames& at, LEditSession& session) {
 
 JobResult SilenceStep(const LEditStep&, const Frames& at, LEditSession& session) {
     LSoundDocument& document = session.Doc();
-    if (at.empty() && !session.HasSelection()) return JobResult::kFailed;
-    if (at.empty()) return SilenceSelection(document, session.host);
-    if (at[0] == at[1]) return JobResult::kSuccess;
-    if (at[0] < 0 || at[1] > LengthOf(session)) {
-        const JobResult room = CheckGrowth(session, at, 0, 0);
-        if (room != JobResult::kSuccess) return room;
-        return ChangeBeyond(session, "Edit Silence", 0, [&](LSound& sound) { sound.Silence(at[0], at[1]); });
+    if (!at.empty()) {
+        const LSelection range = Inside(session, at[0], at[1]);
+        if (range.IsEmpty()) return JobResult::kSuccess;
+        document.Select(range.start, range.end);
+    } else if (!session.HasSelection()) {
+        return JobResult::kFailed;
     }
-    document.Select(at[0], at[1]);
     return SilenceSelection(document, session.host);
 }
 
@@ -116,25 +98,25 @@ JobResult InsertStep(const LEditStep& step, const Frames& at, LEditSession& sess
 
 JobResult RepeatStep(const LEditStep& step, const Frames& at, LEditSession& session) {
     LSoundDocument& document = session.Doc();
-    LSound range;
-    document.Edited().CopyRange(at[0], at[1], range);
+    const LSelection range = Inside(session, at[0], at[1]);
+    if (step.number == 0 || range.IsEmpty()) return JobResult::kSuccess;
+    LSound copied;
+    document.Edited().CopyRange(range.start, range.end, copied);
     const auto times = static_cast<double>(step.number);
-    const JobResult room = CheckGrowth(session, at, static_cast<double>(at[1] - at[0]) * times,
-                                       static_cast<double>(CountPieces(range)) * times);
-    if (room != JobResult::kSuccess || step.number == 0 || at[0] == at[1]) return room;
-    if (at[0] < 0 || at[1] > LengthOf(session)) {
-        return ChangeBeyond(session, "Repeat Loop", at[0],
-                            [&](LSound& sound) { sound.Repeat(at[0], at[1], step.number); });
-    }
-    document.Select(at[0], at[1]);
+    const JobResult room = CheckGrowth(session, {}, static_cast<double>(range.Length()) * times,
+                                       static_cast<double>(CountPieces(copied)) * times);
+    if (room != JobResult::kSuccess) return room;
+    document.Select(range.start, range.end);
     return RepeatLoop(document, session.host, step.number);
 }
 
 JobResult ScaleStep(const LEditStep& step, const Frames& at, LEditSession& session) {
-    const JobResult room = CheckGrowth(session, at, 0, 0);
-    if (room != JobResult::kSuccess || step.number == 100 || at[0] == at[1]) return room;
-    return ChangeBeyond(session, "Scale", at[0], [&](LSound& sound) {
-        sound.ScaleRangePercent(at[0], at[1], static_cast<int>(step.number));
+    LSoundDocument& document = session.Doc();
+    const LSelection range = Inside(session, at[0], at[1]);
+    if (step.number == 100 || range.IsEmpty()) return JobResult::kSuccess;
+    return Change(document, "Scale", session.host, [&] {
+        document.Edited().ScaleRangePercent(range.start, range.end, static_cast<int>(step.number));
+        return JobResult::kSuccess;
     });
 }
 

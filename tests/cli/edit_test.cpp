@@ -58,20 +58,21 @@ class Model {
         }
         return range;
     }
+    // Of these ranges, what lies in the sound counts.
     void Silence(int64_t from, int64_t to) {
-        Delete(from, to);
-        InsertSilence(from, to - from);
+        for (int64_t i = std::max<int64_t>(from, 0); i < std::min(to, Length()); ++i)
+            cells_[static_cast<size_t>(i)] = {};
     }
     void Repeat(int64_t from, int64_t to, int times) {
+        from = std::clamp<int64_t>(from, 0, Length());
+        to = std::min(to, Length());
         const Cells range = Copy(from, to);
         for (int i = 0; i < times; ++i) Insert(from, range);
     }
     void Scale(int64_t from, int64_t to, int percent) {
         if (percent == 100) return;
-        Cells range = Copy(from, to);
-        for (Cell& cell : range) cell.gain *= static_cast<float>(percent * 0.01);
-        Delete(from, to);
-        Insert(from, range);
+        for (int64_t i = std::max<int64_t>(from, 0); i < std::min(to, Length()); ++i)
+            cells_[static_cast<size_t>(i)].gain *= static_cast<float>(percent * 0.01);
     }
 
   private:
