@@ -23,19 +23,16 @@ LInputForm::LInputForm(QWidget* owner, const QString& name, const QString& title
     QFont bold = refusal_->font();
     bold.setBold(true);
     refusal_->setFont(bold);
-    buttons_ = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog_);
-    QObject::connect(buttons_, &QDialogButtonBox::accepted, &dialog_, [this] { Accept(); });
-    QObject::connect(buttons_, &QDialogButtonBox::rejected, &dialog_, &QDialog::reject);
     auto* layout = new QVBoxLayout(&dialog_);
     layout->setSpacing(10);
     layout->addLayout(form_, 1);
     layout->addWidget(refusal_);
-    layout->addWidget(buttons_);
 }
 
 void LInputForm::Row(const QString& label, const QString& name, QWidget* row, QWidget* control) {
     QWidget* named = control ? control : row;
     named->setObjectName(name);
+    if (!first_) first_ = named;
     auto* text = new QLabel(label, &dialog_);
     text->setBuddy(named);
     form_->addRow(text, row);
@@ -104,6 +101,7 @@ QCheckBox* LInputForm::Switch(const QString& text, const QString& name, bool on)
     auto* box = new QCheckBox(text, &dialog_);
     box->setObjectName(name);
     box->setChecked(on);
+    if (!first_) first_ = box;
     form_->addRow(QString(), box);
     return box;
 }
@@ -125,6 +123,15 @@ void LInputForm::Accept() {
     QAccessible::updateAccessibility(&alert);
 }
 
-bool LInputForm::Run() { return dialog_.exec() == QDialog::Accepted; }
+// The buttons come last: the order in which controls are made is that of the Tab key.
+bool LInputForm::Run() {
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog_);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog_, [this] { Accept(); });
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog_, &QDialog::reject);
+    buttons->button(QDialogButtonBox::Ok)->setDefault(true);
+    dialog_.layout()->addWidget(buttons);
+    if (first_) first_->setFocus(Qt::TabFocusReason);
+    return dialog_.exec() == QDialog::Accepted;
+}
 
 }  // namespace ondarix

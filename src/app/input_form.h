@@ -47,7 +47,7 @@ class LInputForm {
     QDialog dialog_;
     QFormLayout* form_;
     QLabel* refusal_;
-    QDialogButtonBox* buttons_;
+    QWidget* first_ = nullptr;  // of the controls
     std::vector<LTimeEdit*> times_;
 };
 

@@ -117,6 +117,37 @@ TEST_F(InputDialogTest, ATimeRangeIsCheckedBeforeItIsTaken) {
     EXPECT_FALSE(GetSettingBool(QStringLiteral("Settings"), QStringLiteral("IsRegionSelectTimeBased"), true));
 }
 
+// What is typed goes into the first field at once, and the Tab key leads on to the next.
+TEST_F(InputDialogTest, TheFirstFieldIsTypedIntoAtOnce) {
+    {
+        const LModalAnswers answers({[](QWidget& dialog) {
+            ASSERT_NE(dialog.focusWidget(), nullptr);
+            QTest::keyClicks(dialog.focusWidget(), QStringLiteral("2"));
+            QTest::keyClick(dialog.focusWidget(), Qt::Key_Tab);
+            QTest::keyClicks(dialog.focusWidget(), QStringLiteral("4"));
+            QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+        }});
+        const auto range = AskTimeRange(&frame, *document);
+        ASSERT_TRUE(range.has_value());
+        EXPECT_EQ(range->start, 2 * 44100);
+        EXPECT_EQ(range->end, 4 * 44100);
+    }
+    const auto type = [](const char* text) {
+        return [text](QWidget& dialog) {
+            ASSERT_NE(dialog.focusWidget(), nullptr);
+            QTest::keyClicks(dialog.focusWidget(), QLatin1String(text));
+            QTest::keyClick(dialog.focusWidget(), Qt::Key_Return);
+        };
+    };
+    const LModalAnswers answers({type("0:03"), type("7"), type("Verse"), type("0.5"), type("22050")});
+    EXPECT_EQ(AskPosition(&frame, *document), 3 * 44100);
+    EXPECT_EQ(AskRepeatCount(&frame), 7);
+    EXPECT_EQ(AskName(&frame, QStringLiteral("Rename"), QStringLiteral("&Name:"), QStringLiteral("Old")),
+              QStringLiteral("Verse"));
+    EXPECT_EQ(AskSilenceLength(&frame, {44100, 1}), 22050);
+    EXPECT_EQ(AskSampleRate(&frame, 44100), 22050);
+}
+
 TEST_F(InputDialogTest, AnswersAreRememberedAndCancellingAnswersNothing) {
     {
         const LModalAnswers answers({[](QWidget& dialog) {
