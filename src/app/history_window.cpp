@@ -50,6 +50,7 @@ LHistoryWindow::LHistoryWindow(LFrameDocuments& frame)
     top_->addLayout(row);
     connect(sounds_, &QComboBox::activated, this, [this] { ShowNow(); });
 
+    heading_->setWordWrap(true);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     list_->setSortingEnabled(false);
     list_->choose = [this] { GoToChosen(); };

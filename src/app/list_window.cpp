@@ -11,6 +11,11 @@
 #include "sound/edits.h"
 
 namespace ondarix {
+namespace {
+
+constexpr QSize kWindowFrame(16, 40);  // about what a window manager puts around a window
+
+}  // namespace
 
 LListWindow::LListWindow(LFrameDocuments& frame, const QString& title, const QString& name,
                          std::span<const LListColumn> columns, QSize size)
@@ -94,8 +99,13 @@ void LListWindow::ShowNow() {
     ShowRows();
 }
 
+// The first row can be used at once, by Enter, Del or a button; in a list where a choice alone acts, nothing
+// is chosen.
 void LListWindow::showEvent(QShowEvent* event) {
     ShowNow();
+    if (list_->selectionMode() == QAbstractItemView::ExtendedSelection && !list_->HasSelected() &&
+        list_->Rows().rowCount() > 0)
+        list_->SelectOnly(list_->Rows().Row(0).key);
     placed_ = true;
     QDialog::showEvent(event);
 }
@@ -142,7 +152,8 @@ void LListWindow::SelectIn(LSoundDocument& document, int64_t start, int64_t end,
 void LListWindow::RestorePlace(QSize first) {
     const auto value = [this](const char* key) { return GetSettingInt(name_, QLatin1String(key), 0); };
     const QSize size(std::clamp(value("Width"), 0, 10000), std::clamp(value("Height"), 0, 10000));
-    resize(size.width() >= 200 && size.height() >= 120 ? size : first);
+    const QSize most = screen()->availableSize() - kWindowFrame;
+    resize((size.width() >= 200 && size.height() >= 120 ? size : first).boundedTo(most));
     if (!SettingExists(name_, QStringLiteral("Left"))) return;
     const QRect place(QPoint(value("Left"), value("Top")), this->size());
     for (const QScreen* screen : QGuiApplication::screens()) {
