@@ -152,7 +152,8 @@ QString WhyUnavailable(const LCommandRow& row, bool soundIsOpen) {
         case LNeed::kSeveral:
             return QStringLiteral("Open a second sound to use %1").arg(PlainText(row));
         case LNeed::kChannels:
-            return QStringLiteral("The sound does not have this channel");
+            return row.id > kCmdEditFirstChannel ? QStringLiteral("The sound does not have this channel")
+                                                 : QStringLiteral("The sound has one channel only");
         case LNeed::kMarks:
             return QStringLiteral("Mark both positions to use %1").arg(PlainText(row));
         default:

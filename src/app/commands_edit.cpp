@@ -80,7 +80,7 @@ constexpr LCommandRow kEditRows[] = {
     {2052, kIn, 1, "Split Automatically", "", "", kContent, kPlain, kAnalysis, kSplitHint},
     {kCmdSplitAtSilences, kIn, 1, "Split at &Silences", "", "", kContent, kPlain, kEditor, kSplitHint},
     {kCmdSplitAtBookmarks, kIn, 1, "Split at &Bookmarks", "", "", kBookmarks, kPlain, kEditor, kSplitHint},
-    {kCmdSplitChannels, kIn, 1, "Split into Component C&hannels", "", "", kContent, kPlain, kEditor,
+    {kCmdSplitChannels, kIn, 1, "Split into Component C&hannels", "", "", kChannels, kPlain, kEditor,
      kSplitHint},
     {kCmdSplitParts, kIn, 1, "Split into &Equal Parts", "", "", kContent, kPlain, kEditor, kSplitHint},
     {kCmdJoin, kIn, 0, "Join", "join", "Ctrl+Shift+J", kSeveral},

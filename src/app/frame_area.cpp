@@ -50,6 +50,45 @@ void LSoundArea::ShowTabs(bool on) {
     if (current) setActiveSubWindow(current);
     // What was a tab had no place of its own.
     if (!on && current) tileSubWindows();
+    FocusSound();
+    ShowTabTitles();
+}
+
+void LSoundArea::Tile() {
+    ShowTabs(false);
+    tileSubWindows();
+    FocusSound();
+}
+
+void LSoundArea::Cascade() {
+    ShowTabs(false);
+    cascadeSubWindows();
+    FocusSound();
+}
+
+// While the windows change their shape, Qt gives the focus to whatever stands first in one of them.
+void LSoundArea::FocusSound() {
+    if (QMdiSubWindow* current = currentSubWindow()) current->widget()->setFocus();
+}
+
+// Qt takes a "&" of the title for the mark of a key, and that key away from the menus.
+void LSoundArea::ShowTabTitles() {
+    auto* tabs = findChild<QTabBar*>();
+    const QList<QMdiSubWindow*> windows = subWindowList();
+    if (!tabs || tabs->count() != windows.size()) return;
+    for (int i = 0; i < tabs->count(); ++i) {
+        QString title = windows[i]->widget() ? windows[i]->widget()->accessibleName() : QString();
+        if (windows[i]->isWindowModified()) title += QLatin1Char('*');
+        title.replace(QLatin1Char('&'), QStringLiteral("&&"));
+        if (tabs->tabText(i) != title) tabs->setTabText(i, title);
+    }
+}
+
+bool LSoundArea::eventFilter(QObject* watched, QEvent* event) {
+    const bool done = QMdiArea::eventFilter(watched, event);
+    if (event->type() == QEvent::WindowTitleChange || event->type() == QEvent::ModifiedChange)
+        ShowTabTitles();
+    return done;
 }
 
 QMdiSubWindow* LSoundArea::Place(QWidget* sound, const QIcon& icon) {
@@ -69,6 +108,7 @@ QMdiSubWindow* LSoundArea::Place(QWidget* sound, const QIcon& icon) {
         child->show();
     }
     setActiveSubWindow(child);
+    ShowTabTitles();
     viewport()->update();
     return child;
 }

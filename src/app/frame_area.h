@@ -17,6 +17,8 @@ class LSoundArea final : public QMdiArea {
     // Setting "SoundsAsTabs".
     bool ShowsTabs() const { return viewMode() == TabbedView; }
     void ShowTabs(bool on);
+    void Tile();
+    void Cascade();
     // A window at the end of the staircase, or a tab.
     QMdiSubWindow* Place(QWidget* sound, const QIcon& icon);
     void ShowStart();  // or hides it, by whether anything is open
@@ -26,8 +28,12 @@ class LSoundArea final : public QMdiArea {
   protected:
     void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
+    void FocusSound();
+    void ShowTabTitles();
+
     LStartScreen* start_;
 };
 

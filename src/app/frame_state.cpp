@@ -3,6 +3,7 @@
 #include <QMdiSubWindow>
 #include <QStatusBar>
 
+#include "app/command_search.h"
 #include "app/frame.h"
 #include "app/frame_handlers.h"
 #include "app/recent_files.h"
@@ -149,13 +150,7 @@ void LMainFrame::RefreshChecks() {
 void LMainFrame::ShowHint(const QString& text) { statusBar()->showMessage(text, kHintMs); }
 
 void LMainFrame::ExplainRefusal(const LCommandRow& row) {
-    if (!ActiveSound() && !CommandHint(row).isEmpty()) {
-        ShowHint(CommandHint(row));
-    } else if (row.need == LNeed::kUndo || row.need == LNeed::kRedo) {
-        ShowHint(QStringLiteral("No changes detected to %1").arg(PlainText(row)));
-    } else if (row.need == LNeed::kSelection) {
-        ShowHint(QStringLiteral("Select a part of the sound to use %1").arg(PlainText(row)));
-    }
+    ShowHint(WhyUnavailable(row, ActiveSound() != nullptr));
 }
 
 void LMainFrame::ShowStatus() {

@@ -78,16 +78,8 @@ constexpr LCommandHandler kViewHandlers[] = {
     {kCmdHideTools, [](LCommandCall& call) { call.frame.ShowTools(!call.frame.ShowsTools()); }},
     {kCmdSidePanel, [](LCommandCall& call) { call.frame.ShowSidePanel(!call.frame.ShowsSidePanel()); }},
     {kCmdTabs, [](LCommandCall& call) { call.frame.Area().ShowTabs(!call.frame.Area().ShowsTabs()); }},
-    {kCmdTile,
-     [](LCommandCall& call) {
-         call.frame.Area().ShowTabs(false);
-         call.frame.Area().tileSubWindows();
-     }},
-    {kCmdCascade,
-     [](LCommandCall& call) {
-         call.frame.Area().ShowTabs(false);
-         call.frame.Area().cascadeSubWindows();
-     }},
+    {kCmdTile, [](LCommandCall& call) { call.frame.Area().Tile(); }},
+    {kCmdCascade, [](LCommandCall& call) { call.frame.Area().Cascade(); }},
     {kCmdNextSound, [](LCommandCall& call) { call.frame.Area().activateNextSubWindow(); }},
     {kCmdPreviousSound, [](LCommandCall& call) { call.frame.Area().activatePreviousSubWindow(); }},
     {kCmdAbout, About},

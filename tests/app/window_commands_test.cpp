@@ -346,6 +346,40 @@ TEST_F(CommandWindowTest, SoundsStandAsTabsOrAsWindows) {
     EXPECT_FALSE(frame->Area().ShowsTabs()) << "as it was left";
 }
 
+// "R&B" stands in its tab as it is, and does not take Alt+B from the menu of the bookmarks.
+TEST_F(CommandWindowTest, TitlesOfTabsAreNoKeysAndTheWaveKeepsTheFocus) {
+    OpenTone("a.wav");
+    ASSERT_TRUE(frame->RunCommand(kCmdTabs));
+    LSoundWindow* window = OpenTone("R&B.wav");
+    auto* tabs = frame->Area().findChild<QTabBar*>();
+    ASSERT_NE(tabs, nullptr);
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("R&&B.wav"));
+    window->View().Select(0, 1000);
+    ASSERT_TRUE(frame->RunCommand(kCmdDelete));
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("R&&B.wav*"));
+    ASSERT_TRUE(frame->RunCommand(kCmdUndo));
+    EXPECT_EQ(tabs->tabText(1), QStringLiteral("R&&B.wav"));
+    for (const int id : {kCmdTile, kCmdCascade, kCmdTabs, kCmdTabs}) {
+        ASSERT_TRUE(frame->RunCommand(id));
+        QTest::qWait(1);
+        EXPECT_EQ(frame->ActiveSound(), window) << id;
+        EXPECT_EQ(frame->focusWidget(), &window->View()) << id;
+    }
+}
+
+TEST_F(CommandWindowTest, WhatCannotRunSaysWhy) {
+    OpenTone();
+    EXPECT_FALSE(frame->RunCommand(kCmdPaste));
+    EXPECT_EQ(Hint(), QStringLiteral("Copy a sound to use Paste"));
+    Type("F2");
+    EXPECT_EQ(Hint(), QStringLiteral("The sound has no bookmarks"));
+    Type("Ctrl+F6");
+    EXPECT_EQ(Hint(), QStringLiteral("Open a second sound to use Next Sound"));
+    ASSERT_TRUE(frame->RunCommand(kCmdMono));
+    EXPECT_FALSE(frame->RunCommand(kCmdSplitChannels));
+    EXPECT_EQ(Hint(), QStringLiteral("The sound has one channel only"));
+}
+
 TEST_F(CommandWindowTest, TheStartScreenOpensRecentFiles) {
     auto* start = frame->findChild<QWidget*>(QStringLiteral("startScreen"));
     ASSERT_NE(start, nullptr);
