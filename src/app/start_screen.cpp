@@ -44,6 +44,7 @@ LStartScreen::LStartScreen(QWidget* parent) : QWidget(parent) {
         button->setObjectName(QStringLiteral("start%1").arg(id));
         button->setAccessibleName(PlainText(row));
         button->setFixedWidth(kButtonWidth);
+        button->setAutoDefault(true);  // Enter presses it as well
         connect(button, &QPushButton::clicked, this, [this, id] { Q_EMIT CommandChosen(id); });
         column->addWidget(button, 0, Qt::AlignHCenter);
     }
@@ -71,6 +72,7 @@ void LStartScreen::ShowRecentFiles(const QStringList& files) {
                                                 Qt::ElideMiddle, kRecentWidth);
         auto* button = new QPushButton(text.replace(QLatin1Char('&'), QStringLiteral("&&")), recentBox_);
         button->setFlat(true);
+        button->setAutoDefault(true);
         button->setObjectName(QStringLiteral("startRecent%1").arg(i));
         button->setAccessibleName(QStringLiteral("Open %1").arg(file.fileName()));
         button->setAccessibleDescription(files[i]);

@@ -392,7 +392,7 @@ TEST_F(CommandWindowTest, TheStartScreenOpensRecentFiles) {
     auto* recent = start->findChild<QPushButton*>(QStringLiteral("startRecent0"));
     ASSERT_NE(recent, nullptr);
     EXPECT_EQ(recent->accessibleName(), QStringLiteral("Open tone.wav"));
-    QTest::mouseClick(recent, Qt::LeftButton);
+    QTest::keyClick(recent, Qt::Key_Return);
     QTest::qWait(1);
     ASSERT_TRUE(frame->ActiveSound());
     EXPECT_EQ(frame->ActiveSound()->Document().path, path);
