@@ -30,7 +30,8 @@ JobResult CheckGrowth(LEditSession& session, const Frames& at, double added, dou
     return JobResult::kSuccess;
 }
 
-JobResult DeleteStep(const LEditStep&, const Frames& at, LEditSession& session) {
+// An edit of the selection, on the range that is given or, without one, on what is selected already.
+JobResult OnRange(const Frames& at, LEditSession& session, JobResult (*edit)(LSoundDocument&, LEditHost&)) {
     LSoundDocument& document = session.Doc();
     if (!at.empty()) {
         const LSelection range = Inside(session, at[0], at[1]);
@@ -39,7 +40,11 @@ JobResult DeleteStep(const LEditStep&, const Frames& at, LEditSession& session) 
     } else if (!session.HasSelection()) {
         return JobResult::kFailed;
     }
-    return DeleteSelection(document, session.host);
+    return edit(document, session.host);
+}
+
+JobResult DeleteStep(const LEditStep&, const Frames& at, LEditSession& session) {
+    return OnRange(at, session, DeleteSelection);
 }
 
 JobResult KeepStep(const LEditStep&, const Frames& at, LEditSession& session) {
@@ -53,15 +58,7 @@ JobResult KeepStep(const LEditStep&, const Frames& at, LEditSession& session) {
 }
 
 JobResult SilenceStep(const LEditStep&, const Frames& at, LEditSession& session) {
-    LSoundDocument& document = session.Doc();
-    if (!at.empty()) {
-        const LSelection range = Inside(session, at[0], at[1]);
-        if (range.IsEmpty()) return JobResult::kSuccess;
-        document.Select(range.start, range.end);
-    } else if (!session.HasSelection()) {
-        return JobResult::kFailed;
-    }
-    return SilenceSelection(document, session.host);
+    return OnRange(at, session, SilenceSelection);
 }
 
 // Of silence before frame 0 only what reaches it is put in; silence fills a gap behind the end.
