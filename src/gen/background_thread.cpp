@@ -21,10 +21,10 @@ bool SetPolicy(pthread_t thread, int policy, int level = 0) {
 }
 
 // A thread starts with the policy of the one that made it, so every priority is set.
-void SetWorkerPriority(ThreadPriority priority) {
+void SetThreadPriority(pthread_t thread, ThreadPriority priority) {
     const bool critical = priority == ThreadPriority::kTimeCritical;
-    if (critical && SetPolicy(pthread_self(), SCHED_RR, sched_get_priority_min(SCHED_RR))) return;
-    SetPolicy(pthread_self(), priority == ThreadPriority::kLowest ? SCHED_IDLE : SCHED_OTHER);
+    if (critical && SetPolicy(thread, SCHED_RR, sched_get_priority_min(SCHED_RR))) return;
+    SetPolicy(thread, priority == ThreadPriority::kLowest ? SCHED_IDLE : SCHED_OTHER);
 }
 
 // To the priority of the calling thread, or to the normal one where the system refuses that.
@@ -67,9 +67,9 @@ bool LBackgroundThread::Start(ThreadPriority priority) {
 
 void LBackgroundThread::Main(ThreadPriority priority) {
     RegisterThreadTag(tag_);
-    SetWorkerPriority(priority);
+    SetThreadPriority(pthread_self(), priority);
     // A stop that came first has raised the thread in vain.
-    if (stopping_) SetWorkerPriority(ThreadPriority::kNormal);
+    if (stopping_) SetThreadPriority(pthread_self(), ThreadPriority::kNormal);
     Run();
     UnregisterThreadTag();
     finished_.Set();
@@ -90,6 +90,12 @@ void LBackgroundThread::Stop() {
 }
 
 bool LBackgroundThread::IsRunning() const { return finished_.Handle().fd >= 0 && !finished_.IsSet(); }
+
+void LBackgroundThread::SetPriority(ThreadPriority priority) {
+    // The lock is held while Stop() waits, and what is about to end needs no other priority.
+    const std::unique_lock guard(lock_, std::try_to_lock);
+    if (guard && thread_.joinable()) SetThreadPriority(thread_.native_handle(), priority);
+}
 
 bool LBackgroundThread::IsCancelled() { return stopping_.load(std::memory_order_relaxed); }
 

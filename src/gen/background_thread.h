@@ -31,6 +31,8 @@ class LBackgroundThread : public LProgress {
     // Sets the stop event only: for stopping many at once.
     void SignalStop();
     bool IsRunning() const;
+    // Of the worker, while it runs; nothing where the system does not grant it.
+    void SetPriority(ThreadPriority priority);
 
     bool IsCancelled() override;
     WaitResult Sleep(int ms) override;

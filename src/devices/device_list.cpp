@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "devices/device_list.h"
+
+#include <array>
+
+#include "gen/settings.h"
+
+namespace ondarix {
+namespace {
+
+constexpr const char* kSection = "Player";
+constexpr const char* kValue = "Device";
+constexpr const char* kShowNull = "ShowNullDevice";
+constexpr const char* kUnknownDevice = "(Unknown Device)";
+constexpr const char* kFilePrefix = "file:";
+constexpr int kLongestName = 255;
+constexpr std::array kDefaultOrder = {LDeviceMode::kPipeWire, LDeviceMode::kPulseAudio, LDeviceMode::kJack,
+                                      LDeviceMode::kAlsa};
+
+LDeviceSelection DefaultOf(const LBackendRow& row) {
+    return {row.mode, {}, QString::fromUtf8(*row.defaultName ? row.defaultName : "Default Playback Device")};
+}
+
+bool SameText(const QString& one, const QString& other) {
+    return one.compare(other, Qt::CaseInsensitive) == 0;
+}
+
+std::optional<LDeviceSelection> FileDevice(const QString& text) {
+    if (!text.startsWith(QLatin1String(kFilePrefix))) return {};
+    const QString path = text.mid(static_cast<int>(qstrlen(kFilePrefix)));
+    if (path.isEmpty()) return {};
+    return LDeviceSelection{LDeviceMode::kNull, path, text};
+}
+
+}  // namespace
+
+QString DeviceText(const LDeviceSelection& selection) {
+    const QString name =
+        selection.name.isEmpty() ? QString::fromUtf8(kUnknownDevice) : selection.name.left(kLongestName);
+    return QStringLiteral("[%1] %2").arg(QString::fromUtf8(BackendOf(selection.mode).name), name);
+}
+
+std::vector<LDeviceInfo> ListDevices(LDeviceDirection direction, bool withNull) {
+    std::vector<LDeviceInfo> all;
+    for (const LBackendRow* row : Backends()) {
+        if (row->mode == LDeviceMode::kNull || !row->answers()) continue;
+        auto own = row->list(direction);
+        if (*row->defaultName && direction == LDeviceDirection::kPlayback)
+            all.push_back({DefaultOf(*row), true, 0, 0});
+        all.insert(all.end(), std::make_move_iterator(own.begin()), std::make_move_iterator(own.end()));
+    }
+    if (direction == LDeviceDirection::kPlayback &&
+        (withNull || all.empty() || GetSettingBool(kSection, kShowNull, false)))
+        all.push_back({DefaultOf(NullBackend()), false, 0, 0});
+    return all;
+}
+
+LDeviceSelection DefaultOutput() {
+    for (const LDeviceMode mode : kDefaultOrder) {
+        const LBackendRow& row = BackendOf(mode);
+        if (row.mode == mode && row.answers()) return DefaultOf(row);
+    }
+    return DefaultOf(NullBackend());
+}
+
+std::optional<LDeviceSelection> FindDevice(const QString& text) {
+    if (text.isEmpty() || SameText(text, QString::fromUtf8(kDefaultSoundOut))) return DefaultOutput();
+    if (auto file = FileDevice(text)) return file;
+    for (const LBackendRow* row : Backends())
+        if (SameText(text, QString::fromUtf8(row->name))) return DefaultOf(*row);
+    const auto devices = ListDevices(LDeviceDirection::kPlayback, true);
+    for (const LDeviceInfo& device : devices)
+        if (SameText(text, DeviceText(device.selection))) return device.selection;
+    for (const LDeviceInfo& device : devices)
+        if (SameText(text, device.selection.name) || SameText(text, device.selection.id))
+            return device.selection;
+    return {};
+}
+
+LDeviceSelection ChosenOutput() {
+    const auto found = FindDevice(ChosenOutputText());
+    return found ? *found : DefaultOutput();
+}
+
+QString ChosenOutputText() { return GetSettingString(kSection, kValue, QString::fromUtf8(kDefaultSoundOut)); }
+
+void StoreOutput(const QString& text) { SetSettingString(kSection, kValue, text); }
+
+LDeviceWatcher::LDeviceWatcher(const std::function<void()>& changed) {
+    for (const LBackendRow* row : Backends())
+        if (auto watch = row->watch(changed)) watches_.push_back(std::move(watch));
+}
+
+}  // namespace ondarix
