@@ -70,7 +70,7 @@ int32_t SearchRate(int32_t rate, const std::function<bool(int32_t)>& takes);
 
 // How this program names itself to the servers.
 inline constexpr const char* kClientName = "Ondarix";
-inline constexpr const char* kApplicationId = "com.vellmark.ondarix";
+inline constexpr const char* kApplicationId = "works.vellmark.Ondarix";
 inline constexpr const char* kMediaRole = "production";
 
 }  // namespace ondarix
