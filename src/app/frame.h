@@ -69,6 +69,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void ShowSidePanel(bool on);
     // Shows what the settings say now: keys, theme, looks of the views.
     void SettingsChanged();
+    // The options dialog, at a page by its title; empty: the first.
+    void ShowOptions(const QString& page = {});
     // The one window of its kind beside the sounds, made by `make` when it is not there.
     void ShowBeside(const char* name, const std::function<QDialog*()>& make);
 

@@ -8,12 +8,6 @@
 namespace ondarix {
 namespace {
 
-void Options(LCommandCall& call) {
-    LOptionsDialog dialog(&call.frame);
-    QObject::connect(&dialog, &LOptionsDialog::Applied, &call.frame, &LMainFrame::SettingsChanged);
-    dialog.exec();
-}
-
 void CustomKeys(LCommandCall& call) {
     LCustomKeysDialog dialog(call.frame);
     QObject::connect(&dialog, &LCustomKeysDialog::Changed, &call.frame, &LMainFrame::SettingsChanged);
@@ -27,12 +21,19 @@ void Search(LCommandCall& call) {
 }
 
 constexpr LCommandHandler kToolHandlers[] = {
-    {kCmdOptions, Options},
+    {kCmdOptions, [](LCommandCall& call) { call.frame.ShowOptions(); }},
     {kCmdCustomKeys, CustomKeys},
     {kCmdSearch, Search},
 };
 
 }  // namespace
+
+void LMainFrame::ShowOptions(const QString& page) {
+    LOptionsDialog dialog(this);
+    dialog.ShowPage(page);
+    connect(&dialog, &LOptionsDialog::Applied, this, &LMainFrame::SettingsChanged);
+    dialog.exec();
+}
 
 std::span<const LCommandHandler> ToolHandlers() { return kToolHandlers; }
 

@@ -229,6 +229,11 @@ LOptionsDialog::LControl LOptionsDialog::MakeFolder(const LOptionRow& row, QWidg
     return control;
 }
 
+void LOptionsDialog::ShowPage(const QString& title) {
+    for (int page = 0; page < pages_->count(); ++page)
+        if (pages_->item(page)->text() == title) pages_->setCurrentRow(page);
+}
+
 bool LOptionsDialog::Counts(const LControl& control) const {
     QString name = QString::fromUtf8(control.row->onlyWith);
     if (name.isEmpty()) return true;

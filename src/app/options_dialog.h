@@ -44,6 +44,8 @@ class LOptionsDialog final : public QDialog {
   public:
     explicit LOptionsDialog(QWidget* owner);
     void accept() override;
+    // By its title; another one than there are: nothing.
+    void ShowPage(const QString& title);
     // False: something cannot be stored, which is shown, and nothing was.
     bool Apply();
 
