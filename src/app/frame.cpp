@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "app/desktop_theme.h"
+#include "app/playback.h"
 #include "app/shortcuts.h"
 #include "app/theme.h"
 #include "app/window_messages.h"
@@ -34,6 +35,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     setAcceptDrops(true);
     desktopClipboard_ = std::make_unique<LDesktopClipboard>(this);
     Clipboard().SetSystem(desktopClipboard_.get());
+    playback_ = std::make_unique<LPlayback>(*this);
     area_ = new LSoundArea(this);
     setCentralWidget(area_);
     connect(area_, &QMdiArea::subWindowActivated, this, [this] {

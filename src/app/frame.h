@@ -25,6 +25,7 @@
 namespace ondarix {
 
 class LDesktopTheme;
+class LPlayback;
 
 // The one main window. Owns the open sounds, each in a window of its own inside. [ui]
 class LMainFrame final : public QMainWindow, public LFrameActions, public LEditHost, public LFrameDocuments {
@@ -62,6 +63,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void CloseAll();
     void OpenRecent(int index);
     LSoundArea& Area() { return *area_; }
+    LPlayback& Playback() { return *playback_; }
     LDesktopClipboard& DesktopClipboard() { return *desktopClipboard_; }
     bool ShowsTools() const;
     void ShowTools(bool on);
@@ -177,6 +179,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     QTimer diskTimer_;
     std::unique_ptr<LMessageHost> messages_;
     std::unique_ptr<LDesktopTheme> desktopTheme_;
+    std::unique_ptr<LPlayback> playback_;
     std::unique_ptr<LDesktopClipboard> desktopClipboard_;
     std::vector<std::function<bool(int)>> helpers_;
     QHash<QString, QPointer<QDialog>> beside_;
