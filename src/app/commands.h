@@ -10,6 +10,8 @@ namespace ondarix {
 
 // The commands that have a handler in this version. Other numbers stand in the table alone.
 enum LCommand : int {
+    kCmdScrub = 112,
+    kCmdLoop = 119,
     kCmdExit = 801,
 
     kCmdNewFile = 1001,
@@ -73,6 +75,8 @@ enum LCommand : int {
     kCmdEditWhole = 2090,
     kCmdEditFirstChannel = 2091,  // and the seven after it
 
+    kCmdPlay = 3002,
+    kCmdStop = 3006,
     kCmdGoToStart = 3007,
     kCmdGoToSelectionStart = 3008,
     kCmdGoToSelectionEnd = 3009,
@@ -87,6 +91,7 @@ enum LCommand : int {
     kCmdPreviousCutpoint = 3019,
     kCmdNextBookmark = 3024,
     kCmdPreviousBookmark = 3025,
+    kCmdPlayAgain = 3020,
     kCmdCustomKeys = 3032,
 
     kCmdZoomIn = 5001,
@@ -109,6 +114,7 @@ enum LCommand : int {
     kCmdNextSound = 5021,
     kCmdPreviousSound = 5022,
     kCmdSidePanel = 5023,
+    kCmdPlayerBar = 5024,
     kCmdHideTools = 5026,
 
     kCmdOptions = 7001,

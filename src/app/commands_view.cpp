@@ -29,6 +29,7 @@ constexpr LCommandRow kViewRows[] = {
     {kCmdHideTools, kIn, 0, "&Hide top tools context menu", "", "Ctrl+F1", kNothing,
      kSeparatorBefore | kCheckable},
     {kCmdSidePanel, kIn, 0, "Side &Panel", "panel", "F9", kNothing, kCheckable},
+    {kCmdPlayerBar, kIn, 0, "Player", "", "", kNothing, kCheckable, kPlayback},
     {5029, kIn, 0, "Show All Effects...", "", "", kNothing, kPlain, kEffects},
     {kCmdTabs, kIn, 0, "Sounds as Tabs", "tabs", "", kNothing, kSeparatorBefore | kCheckable | kInToolbar},
     {kCmdTile, kIn, 0, "&Tile Windows", "tile", "", kSound, kInToolbar},
