@@ -21,6 +21,7 @@ enum LSoundError : uint8_t {
 
 // Queries that this program asks.
 enum LSourceQuery : uint32_t {
+    kQueryLimited = 7,        // no result: a limiter lowers the block that it gave last; [any]
     kQueryIntegerBits = 101,  // uint32_t*: width of the integer samples that are being decoded
 };
 

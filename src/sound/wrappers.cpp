@@ -84,7 +84,7 @@ void LPeakLimiterSource::Prime() {
     used_ = static_cast<int32_t>(position_ - origin_);
     targetAhead_ = ReadAhead();
     gainEnd_ = std::min(gainEnd_, targetAhead_);
-    clipped_ = clipped_ || targetAhead_ < 1.0f;
+    if (targetAhead_ < 1.0f) clipped_.store(true, std::memory_order_relaxed);
     primed_ = true;
     NextBlock();
 }
@@ -93,10 +93,12 @@ void LPeakLimiterSource::NextBlock() {
     std::swap(now_, ahead_);
     targetNow_ = targetAhead_;
     targetAhead_ = ReadAhead();
-    clipped_ = clipped_ || targetAhead_ < 1.0f;
+    if (targetAhead_ < 1.0f) clipped_.store(true, std::memory_order_relaxed);
     const float start = std::exchange(gainEnd_, std::min(targetNow_, targetAhead_));
     given_ = now_.data();
-    if (start == 1.0f && gainEnd_ == 1.0f) return;
+    const bool lowers = start != 1.0f || gainEnd_ != 1.0f;
+    lowered_.store(lowers, std::memory_order_relaxed);
+    if (!lowers) return;
     const auto ramp = channels == 1 ? ApplyRamp<1> : channels == 2 ? ApplyRamp<2> : ApplyRamp<0>;
     ramp(now_.data(), out_.data(), blockFrames_, channels, start, gainEnd_, limit_);
     given_ = out_.data();
@@ -130,6 +132,10 @@ void LPeakLimiterSource::Seek(int64_t frame) {
     child_->Seek(frame);
     position_ = child_->GetPosition();
     primed_ = false;
+}
+
+bool LPeakLimiterSource::Query(uint32_t id, void* result) {
+    return id == kQueryLimited ? lowered_.load(std::memory_order_relaxed) : child_->Query(id, result);
 }
 
 LSoundSourceRef LimitPeaks(LSoundSourceRef source, float limit) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The plain wrappers that saving and playing need: gain and the look-ahead peak limiter.
 #pragma once
+#include <atomic>
 #include <vector>
 
 #include "sound/source.h"
@@ -43,8 +44,11 @@ class LPeakLimiterSource final : public LSoundSource {
     void Seek(int64_t frame) override;
     bool IsGrowing() override { return child_->IsGrowing(); }
     void WaitForData(uint32_t ms) override { child_->WaitForData(ms); }
-    bool HasClipped() const { return clipped_; }
-    void ResetClipped() { clipped_ = false; }
+    // kQueryLimited is answered here; the rest is the child's to answer.
+    bool Query(uint32_t id, void* result) override;
+    // Something was lowered since the last reset. [any]
+    bool HasClipped() const { return clipped_.load(std::memory_order_relaxed); }
+    void ResetClipped() { clipped_.store(false, std::memory_order_relaxed); }
 
   private:
     void Prime();
@@ -62,7 +66,8 @@ class LPeakLimiterSource final : public LSoundSource {
     int64_t origin_ = 0;  // a place where a block begins
     int64_t position_ = 0;
     bool primed_ = false;
-    bool clipped_ = false;
+    std::atomic<bool> clipped_{false};
+    std::atomic<bool> lowered_{false};  // the block in `given_`
 };
 
 // `source` itself when its peak bound is no larger than `limit`, otherwise a limiter over it.
