@@ -103,8 +103,8 @@ bool LPlayFeeder::Pass(LBackgroundThread& doneHandler) {
     if (__builtin_sub_overflow(source.GetLength(), source.GetPosition(), &remaining))
         remaining = kBlockFrames;
     if (remaining > 0) {
-        const auto frames = static_cast<int32_t>(std::min<int64_t>(remaining, feed_.device.BlockFrames()));
-        WriteBlock(frames, frames == remaining && !growing, doneHandler, std::move(guard));
+        WriteBlock(static_cast<int32_t>(std::min<int64_t>(remaining, kBlockFrames)), doneHandler,
+                   std::move(guard));
         return true;
     }
     if (!growing) return Drain(std::move(guard));
