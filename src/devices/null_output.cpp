@@ -2,6 +2,9 @@
 // A device without sound: a clock takes what a sound card would have taken. With a file, what is played is
 // written there, as raw 32-bit floats of the machine, interleaved; silence that stands for nothing (a pause,
 // the time before the sound) is not.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <QFile>
 #include <algorithm>
 #include <chrono>
@@ -23,9 +26,7 @@ class LNullOutput final : public LOutput, private LBackgroundThread {
     LDeviceStatus Open(const LDeviceSelection& selection, LOutputSetup& setup) override {
         format_ = setup.format;
         block_.resize(static_cast<size_t>(kBlockFrames) * format_.channels);
-        if (selection.id.isEmpty()) return kDeviceGood;
-        file_.setFileName(selection.id);
-        return file_.open(QIODevice::WriteOnly | QIODevice::Unbuffered) ? kDeviceGood : kDeviceRefused;
+        return selection.id.isEmpty() || OpenFile(selection.id) ? kDeviceGood : kDeviceRefused;
     }
 
     bool Start(LPlayQueue& queue) override {
@@ -55,11 +56,23 @@ class LNullOutput final : public LOutput, private LBackgroundThread {
     }
 
   private:
+    // A pipe that nobody reads, or reads too slowly, must not be waited for.
+    bool OpenFile(const QString& path) {
+        const int file = ::open(QFile::encodeName(path).constData(),
+                                O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, 0666);
+        if (file < 0) return false;
+        if (file_.open(file, QIODevice::WriteOnly | QIODevice::Unbuffered, QFile::AutoCloseHandle))
+            return true;
+        ::close(file);
+        return false;
+    }
+
     void Give(int32_t frames) {
         const int32_t taken = queue_->Take(block_.data(), frames, frames);
         if (taken == 0 || !file_.isOpen()) return;
         const qint64 bytes = taken * format_.FrameBytes();
         if (file_.write(reinterpret_cast<const char*>(block_.data()), bytes) != bytes) {
+            file_.close();
             queue_->Fail(kDeviceLost);
         }
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <limits>
 
 #include "gen/realtime.h"
 
@@ -16,11 +17,20 @@ constexpr int64_t kMostSamples = int64_t{16} << 20;
 constexpr int32_t kLeastBlocks = 4;
 constexpr float kNoSignalPeak = 4.467e-7f;
 constexpr int64_t kNsPerSecond = 1'000'000'000;
+// The counters start a second or so before they wrap around, so that this happens in every play, not after a
+// day of playing.
+constexpr uint32_t kFirstFrame = 0u - 50000u;
+constexpr int kReadAttempts = 1000;
 
 int64_t MonotonicNs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return int64_t{now.tv_sec} * kNsPerSecond + now.tv_nsec;
+}
+
+void DropNoNumbers(float* samples, size_t count) {
+    for (size_t i = 0; i < count; ++i)
+        samples[i] = std::abs(samples[i]) <= std::numeric_limits<float>::max() ? samples[i] : 0.0f;
 }
 
 int32_t FrameCount(int64_t frames) { return static_cast<int32_t>(std::min<int64_t>(frames, INT32_MAX)); }
@@ -66,7 +76,7 @@ LQueueRules QueueRules(LDeviceMode mode, LSoundFormat format, int32_t bufferFram
             break;
     }
     rules.capacityFrames =
-        FrameCount(std::min<int64_t>(rules.capacityFrames, kMostSamples / format.channels));
+        FrameCount(std::min<int64_t>(rules.capacityFrames, kMostSamples / std::max<int>(1, format.channels)));
     rules.capacityFrames = std::max(rules.capacityFrames, kLeastBlocks * rules.blockFrames);
     return rules;
 }
@@ -80,16 +90,18 @@ void LPlayQueue::Configure(LSoundFormat format, LQueueRules rules) {
     mask_ = size - 1;
     ring_.assign(static_cast<size_t>(size) * format.channels, 0.0f);
     work_.resize(static_cast<size_t>(rules.blockFrames) * format.channels);
-    span_ = 0;
-    released_ = 0;
+    span_ = Pack(kFirstFrame, kFirstFrame);
+    released_ = kFirstFrame;
     writtenFrames_ = 0;
-    takenFrames_ = silentFrames_ = 0;
+    takenFrames_ = silentFrames_ = heldFrames_ = 0;
+    primed_ = beginning_ + 1;
+    asked_ = 0;
     gain_ = volume_;
     momentTaken_ = momentDelay_ = 0;
     momentNs_ = MonotonicNs();
     latestHeard_ = 0;
     paused_ = true;
-    expectsGap_ = true;
+    ended_ = false;
     status_ = kDeviceGood;
     gaps_ = 0;
     taken_.Reset();
@@ -102,18 +114,24 @@ void LPlayQueue::Configure(LSoundFormat format, LQueueRules rules) {
     nextRecord_ = 0;
 }
 
-int32_t LPlayQueue::BlockFrames() const {
+int32_t LPlayQueue::RoomFrames() const {
     const int32_t limit = limitFrames_.load(std::memory_order_relaxed);
-    return limit > 0 ? std::clamp(limit / 4, 1, rules_.blockFrames) : rules_.blockFrames;
+    if (limit <= 0) return rules_.capacityFrames;
+    return static_cast<int32_t>(
+        std::min<int64_t>(std::max<int64_t>(limit, 2 * int64_t{AskedFrames()}), rules_.capacityFrames));
+}
+
+int32_t LPlayQueue::BlockFrames() const {
+    if (limitFrames_.load(std::memory_order_relaxed) <= 0) return rules_.blockFrames;
+    return std::clamp(RoomFrames() / 4, 1, rules_.blockFrames);
 }
 
 bool LPlayQueue::HasFreeBlock() const {
     const uint32_t written = Written(span_.load(std::memory_order_relaxed));
     const uint32_t held = written - released_.load(std::memory_order_acquire);
-    const int32_t limit = limitFrames_.load(std::memory_order_relaxed);
-    const int32_t capacity = limit > 0 ? std::min(limit, rules_.capacityFrames) : rules_.capacityFrames;
+    const int32_t block = BlockFrames();
     return held + static_cast<uint32_t>(rules_.blockFrames) <= mask_ + 1 &&
-           WaitingFrames() + BlockFrames() <= std::max(capacity, BlockFrames());
+           WaitingFrames() + block <= std::max(RoomFrames(), block);
 }
 
 void LPlayQueue::CopyIn(const float* from, uint32_t at, int32_t frames) {
@@ -130,7 +148,7 @@ void LPlayQueue::CopyOut(float* to, uint32_t at, int32_t frames) const {
     std::copy_n(ring_.data(), (static_cast<uint32_t>(frames) - first) * channels, to + first * channels);
 }
 
-void LPlayQueue::Measure(const float* samples, int32_t frames) {
+void LPlayQueue::Measure(float* samples, int32_t frames) {
     const std::lock_guard guard(readLock_);
     int64_t start = writtenFrames_.load(std::memory_order_relaxed);
     const size_t channels = format_.channels;
@@ -150,7 +168,9 @@ void LPlayQueue::Write(LSoundSource& source, int32_t frames) {
     frames = std::min(frames, BlockFrames());
     if (frames <= 0) return;
     source.Read(work_.data(), frames);
+    DropNoNumbers(work_.data(), static_cast<size_t>(frames) * format_.channels);
     Measure(work_.data(), frames);
+    ended_.store(false, std::memory_order_relaxed);
     uint64_t span = span_.load(std::memory_order_relaxed);
     CopyIn(work_.data(), Written(span), frames);
     writtenFrames_.fetch_add(frames, std::memory_order_relaxed);
@@ -158,18 +178,21 @@ void LPlayQueue::Write(LSoundSource& source, int32_t frames) {
                                         Pack(Claimed(span), Written(span) + static_cast<uint32_t>(frames)),
                                         std::memory_order_release, std::memory_order_relaxed)) {
     }
-    expectsGap_.store(false, std::memory_order_relaxed);
 }
 
 int64_t LPlayQueue::Drop(int32_t keepFrames) {
+    if (keepFrames <= 0) {  // before the queue is empty, which is then no gap
+        ended_.store(false, std::memory_order_relaxed);
+        beginning_.fetch_add(1, std::memory_order_relaxed);  // odd: nothing is given
+    }
     uint64_t span = span_.load(std::memory_order_acquire);
     uint32_t left = 0;
     do {
         left = std::min(Written(span) - Claimed(span), static_cast<uint32_t>(std::max(0, keepFrames)));
     } while (!span_.compare_exchange_weak(span, Pack(Claimed(span), Claimed(span) + left),
                                           std::memory_order_acq_rel, std::memory_order_acquire));
+    if (keepFrames <= 0) beginning_.fetch_add(1, std::memory_order_release);
     const uint32_t dropped = Written(span) - Claimed(span) - left;
-    if (left == 0) expectsGap_.store(true, std::memory_order_relaxed);
     const std::lock_guard guard(readLock_);
     const int64_t written = writtenFrames_.fetch_sub(dropped, std::memory_order_relaxed) - dropped;
     for (LRecord& record : records_) {
@@ -191,16 +214,32 @@ void LPlayQueue::Rebase(int64_t frame) {
     baseFrames_ = Heard();
 }
 
+bool LPlayQueue::IsPrimed(uint32_t beginning, uint32_t waiting, int32_t frames) const {
+    if (primed_ == beginning) return true;
+    if (waiting == 0 || (beginning & 1)) return false;
+    return waiting >= static_cast<uint32_t>(frames) || ended_.load(std::memory_order_acquire) ||
+           int64_t{waiting} + BlockFrames() > RoomFrames() || heldFrames_ >= format_.sampleRate / 10;
+}
+
 int32_t LPlayQueue::Claim(int32_t frames, uint32_t& at) {
     uint64_t span = span_.load(std::memory_order_acquire);
-    uint32_t count = 0;
-    do {
+    for (;;) {
         at = Claimed(span);
-        count = std::min(static_cast<uint32_t>(frames), Written(span) - at);
+        const uint32_t waiting = Written(span) - at;
+        const uint32_t beginning = beginning_.load(std::memory_order_relaxed);
+        if (!IsPrimed(beginning, waiting, frames)) {
+            if (waiting > 0) heldFrames_ += frames;
+            return 0;
+        }
+        const uint32_t count = std::min(static_cast<uint32_t>(frames), waiting);
         if (count == 0) return 0;
-    } while (!span_.compare_exchange_weak(span, Pack(at + count, Written(span)), std::memory_order_acq_rel,
-                                          std::memory_order_acquire));
-    return static_cast<int32_t>(count);
+        if (!span_.compare_exchange_weak(span, Pack(at + count, Written(span)), std::memory_order_acq_rel,
+                                         std::memory_order_acquire))
+            continue;
+        primed_ = beginning;
+        heldFrames_ = 0;
+        return static_cast<int32_t>(count);
+    }
 }
 
 void LPlayQueue::Scale(float* samples, int32_t frames) {
@@ -221,9 +260,10 @@ int32_t LPlayQueue::Take(float* dest, int32_t frames, int64_t delayFrames) {
     const LRealTimeScope realTime;
     if (frames <= 0) return 0;
     const bool paused = paused_.load(std::memory_order_relaxed);
+    NoteAsked(frames);
     uint32_t at = 0;
     const int32_t count = paused ? 0 : Claim(frames, at);
-    const int64_t block = std::max(1, rules_.blockFrames);
+    const int64_t block = BlockFrames();
     const int64_t blocksBefore = takenFrames_ / block;
     if (count > 0) {
         CopyOut(dest, at, count);
@@ -237,9 +277,21 @@ int32_t LPlayQueue::Take(float* dest, int32_t frames, int64_t delayFrames) {
     silentFrames_ += frames - count;
     NoteMoment(takenFrames_, std::max<int64_t>(0, delayFrames - silentFrames_));
     const bool empty = !paused && count < frames;
-    if (empty && !expectsGap_.exchange(true, std::memory_order_relaxed)) CountGap();
+    if (empty) NoteEmpty();
     if (empty || takenFrames_ / block != blocksBefore) taken_.Set();
     return count;
+}
+
+void LPlayQueue::NoteAsked(int32_t frames) {
+    const int32_t before = asked_.load(std::memory_order_relaxed);
+    asked_.store(std::max(frames, before - before / 8), std::memory_order_relaxed);
+}
+
+void LPlayQueue::NoteEmpty() {
+    const uint32_t beginning = beginning_.load(std::memory_order_relaxed);
+    if (primed_ != beginning) return;
+    if (!ended_.load(std::memory_order_acquire)) CountGap();
+    primed_ = beginning + 1;
 }
 
 void LPlayQueue::NoteMoment(int64_t taken, int64_t delayFrames) {
@@ -265,7 +317,11 @@ int64_t LPlayQueue::WaitingFrames() const {
 
 int64_t LPlayQueue::Heard() const {
     int64_t taken = 0, delay = 0, ns = 0;
-    for (uint32_t before = 1; before & 1;) {
+    uint32_t before = 1;
+    // A taker that was put aside while it wrote must not be waited for: a reader of higher priority could
+    // keep it from going on.
+    for (int attempt = 0; before & 1; ++attempt) {
+        if (attempt == kReadAttempts) return latestHeard_.load(std::memory_order_relaxed);
         before = momentSerial_.load(std::memory_order_acquire);
         taken = momentTaken_.load(std::memory_order_acquire);
         delay = momentDelay_.load(std::memory_order_acquire);

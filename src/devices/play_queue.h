@@ -35,12 +35,13 @@ class LPlayQueue {
     const LQueueRules& Rules() const { return rules_; }
     LSoundFormat Format() const { return format_; }
     // No more than so many frames are queued at once; 0: all that there is room for. For sound that must
-    // follow the hand.
+    // follow the hand. Two call-backs of the device are queued in any case.
     void SetLimit(int32_t frames) { limitFrames_ = frames; }
     bool HasFreeBlock() const;
     // What one write takes at most: a block, less under a limit.
     int32_t BlockFrames() const;
-    // Pulls `frames`, at most BlockFrames(), from a source of the queue's format, and measures them.
+    // Pulls `frames`, at most BlockFrames(), from a source of the queue's format, and measures them. Samples
+    // that are no numbers or infinite become zero: a server that mixes would spread them over everything.
     void Write(LSoundSource& source, int32_t frames);
     // Takes back what is queued behind the next `keepFrames` frames: the number of frames taken back. What is
     // left bridges the time until the next write.
@@ -49,8 +50,8 @@ class LPlayQueue {
     void SetBase(int64_t frame);
     // Played() is `frame` at this moment.
     void Rebase(int64_t frame);
-    // No further write is expected: running empty is the end, not a gap.
-    void MarkEnd(bool on) { expectsGap_.store(on, std::memory_order_relaxed); }
+    // No further write is expected: running empty is the end, not a gap. Until the next write or Drop(0).
+    void MarkEnd(bool on) { ended_.store(on, std::memory_order_release); }
     void SetPaused(bool on) { paused_.store(on, std::memory_order_relaxed); }
     void SetVolume(float factor) { volume_.store(factor, std::memory_order_relaxed); }
 
@@ -59,6 +60,8 @@ class LPlayQueue {
     // The next `frames` frames into `dest`, interleaved; zeros for those that are not there, while paused all
     // of them. `delayFrames`: from the end of what is taken now to the ear, with what is taken now. The
     // number of frames of the sound. A new volume is reached in a straight line over the frames taken.
+    // At the start, after Drop(0) and after a gap nothing is given until the queue holds all that is asked
+    // for, can hold no more, has its end, or a tenth of a second has passed: a beginning has no hole in it.
     int32_t Take(float* dest, int32_t frames, int64_t delayFrames);
     // The device has failed: reported by Status() from now on, and waiters wake up. The first one stays.
     void Fail(LDeviceStatus status);
@@ -72,6 +75,8 @@ class LPlayQueue {
     uint16_t Status() const { return status_.load(std::memory_order_acquire); }
     void ClearStatus() { status_.store(kDeviceGood, std::memory_order_release); }
     int64_t WaitingFrames() const;  // written, not taken
+    // What the device takes at once: the largest of its latest calls.
+    int32_t AskedFrames() const { return asked_.load(std::memory_order_relaxed); }
     // Written, not heard yet.
     int64_t QueuedFrames() const;
     // The frame of the source that is heard now; never goes back but by SetBase and Rebase.
@@ -91,12 +96,16 @@ class LPlayQueue {
     }
     static constexpr uint32_t Claimed(uint64_t span) { return static_cast<uint32_t>(span >> 32); }
     static constexpr uint32_t Written(uint64_t span) { return static_cast<uint32_t>(span); }
-    int64_t Heard() const;  // frames of all that was taken
+    int32_t RoomFrames() const;  // capacity, or the limit
+    int64_t Heard() const;       // frames of all that was taken
+    bool IsPrimed(uint32_t beginning, uint32_t waiting, int32_t frames) const;
     int32_t Claim(int32_t frames, uint32_t& at);
     void CopyIn(const float* from, uint32_t at, int32_t frames);
     void CopyOut(float* to, uint32_t at, int32_t frames) const;
-    void Measure(const float* samples, int32_t frames);
+    void Measure(float* samples, int32_t frames);
     void Scale(float* samples, int32_t frames);
+    void NoteAsked(int32_t frames);
+    void NoteEmpty();
     void NoteMoment(int64_t taken, int64_t delayFrames);
 
     LSoundFormat format_;
@@ -112,6 +121,8 @@ class LPlayQueue {
     // The taker's.
     int64_t takenFrames_ = 0;
     int64_t silentFrames_ = 0;  // given behind the last frame of the sound
+    int64_t heldFrames_ = 0;    // silence given while there was sound, at a beginning
+    uint32_t primed_ = 1;       // the beginning that is under way; odd: none, a new one is waited for
     float gain_ = 1.0f;         // reached at the end of the last call
 
     // What the last call of Take() knew, under a counter that is odd while it changes.
@@ -121,7 +132,9 @@ class LPlayQueue {
 
     std::atomic<float> volume_{1.0f};
     std::atomic<bool> paused_{true};
-    std::atomic<bool> expectsGap_{true};
+    std::atomic<bool> ended_{false};
+    std::atomic<uint32_t> beginning_{0};  // counts by two with each Drop(0); odd while that runs
+    std::atomic<int32_t> asked_{0};
     std::atomic<uint16_t> status_{kDeviceGood};
     std::atomic<uint32_t> gaps_{0};
     LEvent taken_;

@@ -24,7 +24,8 @@ void LSoundDevice::SetSelection(const LDeviceSelection& selection) {
     Close();
     selection_ = selection;
     if (selection.mode == LDeviceMode::kJack)
-        volume_ = static_cast<int8_t>(std::clamp(GetSettingInt(kSettings, kJackVolume, volume_), -127, 127));
+        volume_ =
+            static_cast<int8_t>(std::clamp(GetSettingInt(kSettings, kJackVolume, volume_.load()), -127, 127));
 }
 
 bool LSoundDevice::Open(LSoundSourceRef source, bool startPaused) {
@@ -35,6 +36,10 @@ bool LSoundDevice::Open(LSoundSourceRef source, bool startPaused) {
         return false;
     }
     LOutputSetup setup{source->Format(), 0};
+    if (!setup.format.IsValid()) {  // a rate beyond 2^31
+        openStatus_ = kDeviceRateUnsupported;
+        return false;
+    }
     if (selection_.mode == LDeviceMode::kPulseAudio)
         setup.format.channels = std::min<uint8_t>(setup.format.channels, kMostPulseChannels);
     output_ = BackendOf(selection_.mode).create();
@@ -74,14 +79,15 @@ bool LSoundDevice::WaitBlockDone(LProgress& stop) {
 
 void LSoundDevice::SetQueueLimitMs(int ms) {
     limitMs_ = ms;
-    queue_.SetLimit(ms > 0 ? std::max<int32_t>(4, static_cast<int32_t>(int64_t{Rate()} * ms / 1000)) : 0);
+    const int64_t frames = int64_t{Rate()} * ms / 1000;
+    queue_.SetLimit(ms > 0 ? static_cast<int32_t>(std::clamp<int64_t>(frames, 4, INT32_MAX)) : 0);
 }
 
 void LSoundDevice::SetSource(LSoundSourceRef source) {
     source_ = MixChannels(std::move(source), queue_.Format().channels);
 }
 
-int64_t LSoundDevice::DropQueue() { return queue_.Drop(bridgeFrames_); }
+int64_t LSoundDevice::DropQueue() { return queue_.Drop(std::max(bridgeFrames_, 2 * queue_.AskedFrames())); }
 
 void LSoundDevice::SetPlayedBase(int64_t frame) {
     queue_.Drop(0);
@@ -97,11 +103,12 @@ int64_t LSoundDevice::PlayedMs() const {
 void LSoundDevice::SetVolume(int8_t db) {
     volume_ = std::max(db, kNoSignalDb);
     queue_.SetVolume(VolumeFactor(volume_));
-    if (selection_.mode == LDeviceMode::kJack) SetSettingInt(volume_, kSettings, kJackVolume);
+    if (selection_.mode == LDeviceMode::kJack) SetSettingInt(volume_.load(), kSettings, kJackVolume);
 }
 
 uint16_t LSoundDevice::GetStatus() const {
-    return openStatus_ != kDeviceGood ? openStatus_ : queue_.Status();
+    const uint16_t opened = openStatus_;
+    return opened != kDeviceGood ? opened : queue_.Status();
 }
 
 void LSoundDevice::ClearStatus() {

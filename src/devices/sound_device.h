@@ -46,8 +46,8 @@ class LSoundDevice {
     void BeginSwap() {}
     // At the device's rate; mixed to its channels. Its position is kept.
     void SetSource(LSoundSourceRef source);
-    // Takes back what is queued but for a bridge of some 40 ms, which is heard until the next write. The
-    // frames taken back.
+    // Takes back what is queued but for a bridge of some 40 ms, two call-backs at least, which is heard until
+    // the next write. The frames taken back.
     int64_t DropQueue();
     void EndSwap() {}
 
@@ -81,8 +81,8 @@ class LSoundDevice {
     LPlayQueue queue_;
     int32_t bridgeFrames_ = 0;
     int limitMs_ = 0;
-    int8_t volume_ = 0;
-    uint16_t openStatus_ = kDeviceGood;
+    std::atomic<int8_t> volume_{0};
+    std::atomic<uint16_t> openStatus_{kDeviceGood};
     std::atomic<uint8_t> state_{0};
 };
 

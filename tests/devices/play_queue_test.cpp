@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/play_queue.h"
 
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <QTemporaryDir>
 #include <cmath>
 #include <thread>
 
-#include "gtest/gtest.h"
+#include "devices/sound_device.h"
 
 namespace ondarix::test {
 namespace {
@@ -71,7 +75,7 @@ TEST(PlayQueue, TakingBackLosesAndRepeatsNothingWhileItIsTaken) {
         }
     });
     CountingSource source(3);
-    for (int turn = 0; taken < 2'000'000; ++turn) {
+    for (int turn = 0; taken < 400'000; ++turn) {
         if (queue.HasFreeBlock()) queue.Write(source, 1 + turn * 31 % 512);
         if (turn % 5 == 0) source.Seek(source.GetPosition() - queue.Drop(turn % 64));
     }
@@ -114,7 +118,8 @@ TEST(PlayQueue, AGapIsCountedOnceAndPausesAndEndsAreNone) {
     queue.SetPaused(false);
     take();
     EXPECT_EQ(queue.Gaps(), 0u);
-    queue.Write(source, 100);
+    queue.Write(source, 480);
+    take();
     take();
     take();
     EXPECT_EQ(queue.Gaps(), 1u);
@@ -125,7 +130,210 @@ TEST(PlayQueue, AGapIsCountedOnceAndPausesAndEndsAreNone) {
     queue.MarkEnd(true);
     EXPECT_EQ(take(), 480);
     take();
+    queue.MarkEnd(false);  // it has grown
+    take();
     EXPECT_EQ(queue.Gaps(), 1u);
+}
+
+TEST(PlayQueue, ABeginningWaitsForAsMuchAsIsAskedFor) {
+    LPlayQueue queue;
+    queue.Configure({48000, 1}, {480, 4800});
+    queue.SetPaused(false);
+    CountingSource source(1);
+    std::vector<float> block(8000);
+    const auto take = [&](int32_t frames) { return queue.Take(block.data(), frames, frames); };
+    const auto begin = [&](int32_t frames) {
+        queue.Drop(0);
+        queue.SetBase(source.GetPosition());
+        for (; frames > 0; frames -= 480) queue.Write(source, frames);
+    };
+    begin(480);
+    EXPECT_EQ(take(1000), 0);
+    queue.Write(source, 480);
+    EXPECT_EQ(take(1000), 0);
+    queue.Write(source, 480);
+    EXPECT_EQ(take(1000), 1000);
+    begin(100);
+    EXPECT_EQ(take(480), 0);
+    queue.MarkEnd(true);
+    EXPECT_EQ(take(480), 100) << "nothing more will come";
+    begin(100);
+    int32_t silent = 0;
+    while (take(480) == 0 && silent <= 48000) silent += 480;
+    EXPECT_EQ(silent, 4800) << "a source that hardly gives anything";
+    begin(4800);
+    EXPECT_EQ(take(8000), 4800) << "more than the queue can hold";
+    EXPECT_EQ(queue.Gaps(), 2u);
+}
+
+// A seek empties the queue under the taker's hands: no call of it is answered in part, none counts as a gap.
+TEST(PlayQueue, SeeksLeaveNoHolesBehindThem) {
+    LPlayQueue queue;
+    queue.Configure({48000, 1}, {32, 512});
+    queue.SetPaused(false);
+    std::atomic<bool> stop{false}, seeking{true};
+    std::atomic<int64_t> holes{0}, taken{0};
+    std::thread taker([&] {
+        std::vector<float> block(64);
+        for (int32_t count = 0; !stop;) {
+            // One that is quicker than the writer would find holes of its own making.
+            if (queue.WaitingFrames() < 64 && (!seeking || count > 0)) {
+                std::this_thread::yield();
+                if (!seeking) count = 0;
+                continue;
+            }
+            count = queue.Take(block.data(), 64, 64);
+            holes += count != 0 && count != 64;
+            taken += count;
+        }
+    });
+    CountingSource source(1);
+    for (int seeks = 0; seeks < 2000; ++seeks) {
+        seeking = true;
+        queue.Drop(0);
+        queue.SetBase(source.GetPosition());
+        for (int i = 0; i < 8; ++i) queue.Write(source, 32);
+        seeking = false;
+        for (const int64_t until = taken + 64 * (seeks % 3); taken < until && queue.WaitingFrames() >= 64;)
+            std::this_thread::yield();
+    }
+    stop = true;
+    taker.join();
+    EXPECT_EQ(holes, 0);
+    EXPECT_EQ(queue.Gaps(), 0u);
+    EXPECT_GT(taken, 0);
+}
+
+TEST(PlayQueue, ALimitWakesTheWriterBeforeTheQueueIsEmpty) {
+    LPlayQueue queue;
+    queue.Configure({48000, 1}, {8192, 240000});
+    queue.SetPaused(false);
+    queue.SetLimit(2000);
+    CountingSource source(1);
+    const auto fill = [&] {
+        while (queue.HasFreeBlock()) queue.Write(source, queue.BlockFrames());
+        queue.TakenEvent().Reset();
+    };
+    fill();
+    EXPECT_LE(queue.WaitingFrames(), 2000);
+    std::vector<float> block(4096);
+    queue.Take(block.data(), 600, 600);
+    EXPECT_TRUE(queue.TakenEvent().IsSet());
+    EXPECT_TRUE(queue.HasFreeBlock());
+    queue.Take(block.data(), 4096, 4096);  // a device with long call-backs gets two of them queued
+    fill();
+    EXPECT_EQ(queue.Take(block.data(), 4096, 4096), 4096);
+    EXPECT_EQ(queue.Gaps(), 1u);
+}
+
+// Several threads ask for the position while one takes and one takes back.
+TEST(PlayQueue, PositionsNeverGoBackAndNeverPassWhatWasTaken) {
+    LPlayQueue queue;
+    queue.Configure({48000, 1}, {480, 4800});
+    queue.SetPaused(false);
+    std::atomic<bool> stop{false};
+    std::atomic<int64_t> faults{0}, taken{0};
+    std::vector<std::thread> threads;
+    threads.emplace_back([&] {
+        std::vector<float> block(512);
+        for (int32_t size = 1; !stop; size = size * 7 % 509 + 1) {
+            taken += size;  // at most
+            queue.Take(block.data(), size, size * 3 % 700);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    });
+    for (int i = 0; i < 2; ++i)
+        threads.emplace_back([&] {
+            for (int64_t last = 0; !stop; std::this_thread::yield()) {
+                const int64_t now = queue.Played();
+                faults += now < last || now > taken;
+                last = now;
+            }
+        });
+    CountingSource source(1);
+    for (const auto begin = std::chrono::steady_clock::now();
+         std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(400);) {
+        if (queue.HasFreeBlock()) queue.Write(source, 480);
+        if (source.GetPosition() % 7 == 0) source.Seek(source.GetPosition() - queue.Drop(100));
+        std::this_thread::yield();
+    }
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(faults, 0);
+    EXPECT_GT(queue.Played(), 0);
+}
+
+TEST(PlayQueue, LevelsAreThoseOfWhatIsHeardAlsoBehindATakingBack) {
+    LPlayQueue queue;
+    queue.Configure({48000, 2}, {480, 4800});
+    queue.SetPaused(false);
+    LLevelBytes levels;
+    std::vector<float> block(2 * 480);
+    CountingSource loud(2), quiet(2);
+    loud.Seek(1000);
+    queue.Write(loud, 480);
+    queue.Write(loud, 480);
+    EXPECT_EQ(queue.Drop(100), 860);
+    queue.Write(quiet, 480);
+    queue.Take(block.data(), 100, 48000);
+    queue.Levels(levels);
+    EXPECT_THAT(levels, testing::Each(62)) << "the peak of the stretch, 1479";
+    queue.Take(block.data(), 20, 0);
+    queue.Take(block.data(), 10, 10);
+    queue.Levels(levels);
+    EXPECT_THAT(levels, testing::ElementsAre(53, 53)) << "the peak of the new block, 479";
+    queue.SetVolume(0.1f);
+    queue.Levels(levels);
+    EXPECT_EQ(levels[0], 33);
+    queue.SetPaused(true);
+    queue.Levels(levels);
+    EXPECT_EQ(levels[1], kNoSignalDb);
+}
+
+class BrokenNumbers final : public LSoundSource {
+  public:
+    BrokenNumbers() : LSoundSource(48000, 1) {}
+    float* Read(float* dest, int32_t frames) override {
+        constexpr float kInfinite = std::numeric_limits<float>::infinity();
+        const float values[] = {0.5f, std::nanf(""), -kInfinite, 3e38f, -std::nanf("1"), kInfinite, 1e-42f};
+        for (int32_t i = 0; i < frames; ++i) *dest++ = values[i % 7];
+        return dest;
+    }
+    int64_t GetPosition() override { return 0; }
+    int64_t GetLength() override { return 1 << 20; }
+};
+
+TEST(PlayQueue, WhatIsNoNumberDoesNotReachTheDevice) {
+    LPlayQueue queue;
+    queue.Configure({48000, 1}, {480, 4800});
+    queue.SetPaused(false);
+    BrokenNumbers source;
+    queue.Write(source, 480);
+    std::vector<float> block(7);
+    queue.Take(block.data(), 7, 7);
+    EXPECT_THAT(block, testing::ElementsAre(0.5f, 0.0f, 0.0f, 3e38f, 0.0f, 0.0f, 1e-42f));
+}
+
+// A pipe without a reader would keep an ordinary open() waiting for ever, a full disk every write().
+TEST(NullOutput, FilesThatCannotBeWritten) {
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath(QStringLiteral("pipe"));
+    ASSERT_EQ(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const auto open = [](const QString& path) {
+        auto device = std::make_unique<LSoundDevice>();
+        device->SetSelection({LDeviceMode::kNull, path, path});
+        device->Open(MakeSource<CountingSource>(2));
+        return device;
+    };
+    EXPECT_EQ(open(pipe)->GetStatus(), kDeviceRefused);
+    EXPECT_EQ(open(folder.filePath(QStringLiteral("none/file")))->GetStatus(), kDeviceRefused);
+    const auto full = open(QStringLiteral("/dev/full"));
+    ASSERT_EQ(full->GetStatus(), kDeviceGood);
+    full->Start();
+    full->Write(full->BlockFrames());
+    for (int i = 0; i < 200 && full->GetStatus() == kDeviceGood; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(full->GetStatus(), kDeviceLost);
 }
 
 TEST(PlayQueue, VolumeIsReachedWithoutAStepAndOneIsExact) {
