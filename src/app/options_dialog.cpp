@@ -12,6 +12,7 @@
 #include <algorithm>
 
 #include "app/command_search.h"
+#include "app/options_device.h"
 #include "app/theme.h"
 #include "gen/paths.h"
 #include "gen/settings.h"
@@ -75,7 +76,8 @@ void AddLabelled(const LOptionRow& row, QBoxLayout* layout, QWidget* editor, boo
 
 }  // namespace
 
-LOptionsDialog::LOptionsDialog(QWidget* owner) : QDialog(owner) {
+LOptionsDialog::LOptionsDialog(QWidget* owner, LMessageHost* messages)
+    : QDialog(owner), boxes_(this), messages_(messages ? *messages : boxes_) {
     setObjectName(QStringLiteral("LOptionsDialog"));
     setWindowTitle(QStringLiteral("Options"));
     auto* layout = new QVBoxLayout(this);
@@ -154,6 +156,7 @@ void LOptionsDialog::BuildPages() {
 
 LOptionsDialog::LControl LOptionsDialog::MakeControl(const LOptionRow& row, QWidget* block) {
     if (row.kind == LOptionKind::kFolder) return MakeFolder(row, block);
+    if (row.kind == LOptionKind::kDevice) return MakeDevice(row, block);
     auto* layout = new QVBoxLayout(block);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(3);
@@ -232,6 +235,24 @@ LOptionsDialog::LControl LOptionsDialog::MakeFolder(const LOptionRow& row, QWidg
 void LOptionsDialog::ShowPage(const QString& title) {
     for (int page = 0; page < pages_->count(); ++page)
         if (pages_->item(page)->text() == title) pages_->setCurrentRow(page);
+}
+
+LOptionsDialog::LControl LOptionsDialog::MakeDevice(const LOptionRow& row, QWidget* block) {
+    auto* layout = new QVBoxLayout(block);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(3);
+    auto* device = new LDeviceOption(messages_, block);
+    auto* label = new QLabel(QString::fromUtf8(row.label));
+    label->setBuddy(device->Choice());
+    layout->addWidget(label);
+    layout->addWidget(device);
+    AddHelp(row, layout, 0);
+    LControl control;
+    control.editor = device->Choice();
+    control.value = [device] { return device->Value(); };
+    control.show = [device](const QString& text) { device->SetValue(text); };
+    connect(device->Choice(), &QComboBox::currentIndexChanged, this, &LOptionsDialog::Follow);
+    return control;
 }
 
 bool LOptionsDialog::Counts(const LControl& control) const {

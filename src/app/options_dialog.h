@@ -11,10 +11,11 @@
 #include <vector>
 
 #include "app/commands.h"
+#include "app/window_messages.h"
 
 namespace ondarix {
 
-enum class LOptionKind : uint8_t { kSwitch, kNumber, kText, kChoice, kFolder };
+enum class LOptionKind : uint8_t { kSwitch, kNumber, kText, kChoice, kFolder, kDevice };
 
 // One setting of the options dialog: control, storage and help follow from the row.
 struct LOptionRow {
@@ -42,7 +43,8 @@ QString WhyNotOption(const LOptionRow& row, const QString& value);
 class LOptionsDialog final : public QDialog {
     Q_OBJECT
   public:
-    explicit LOptionsDialog(QWidget* owner);
+    // `messages`: where failures of the audio test are told; null: in boxes over the dialog.
+    explicit LOptionsDialog(QWidget* owner, LMessageHost* messages = nullptr);
     void accept() override;
     // By its title; another one than there are: nothing.
     void ShowPage(const QString& title);
@@ -65,12 +67,15 @@ class LOptionsDialog final : public QDialog {
     void BuildPages();
     LControl MakeControl(const LOptionRow& row, QWidget* block);
     LControl MakeFolder(const LOptionRow& row, QWidget* block);
+    LControl MakeDevice(const LOptionRow& row, QWidget* block);
     void Filter(const QString& query);
     void Follow();
     void ShowDefaults();
     bool Counts(const LControl& control) const;
     void Complain(const LControl& control, const QString& why);
 
+    LWindowMessages boxes_;
+    LMessageHost& messages_;
     QLineEdit* filter_ = nullptr;
     QListWidget* pages_ = nullptr;
     QStackedWidget* stack_ = nullptr;

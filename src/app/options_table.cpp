@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "app/options_dialog.h"
+#include "devices/device_list.h"
 #include "formats/sound_pieces.h"
 #include "gen/paths.h"
 #include "gen/settings.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr const char* kGeneralPage = "General";
 constexpr const char* kViewPage = "View";
 constexpr const char* kEditPage = "Editing";
+constexpr const char* kAudioPage = "Audio";
 constexpr const char* kNewPage = "New Sounds";
 constexpr const char* kRegionPage = "Regions";
 constexpr const char* kDiskPage = "Working Folder";
@@ -52,6 +54,16 @@ constexpr LOptionRow kOptions[] = {
      "A pasted stretch becomes a bookmark with the name of the file that it was copied from.", "1"},
     {kEditPage, kSwitch, kSettings, "AutoPlaybackAfterEffects", "&Play after each effect",
      "Plays what an effect or another edit has changed.", "0", 0, 0, "", "", LSubsystem::kPlayback},
+    {kAudioPage, LOptionKind::kDevice, "Player", "Device",
+     "&Output device:", "Where sounds are played; the first entry is what the desktop has for its default.",
+     kDefaultSoundOut, 0, 0, "", "", LSubsystem::kPlayback},
+    {kAudioPage, kSwitch, kSettings, "AutoScroll", "&Scroll while playing",
+     "The waveform follows what is heard.", "1", 0, 0, "", "", LSubsystem::kPlayback},
+    {kAudioPage, kSwitch, kSettings, "PlaySpeedKeepPitch", "&Keep the pitch at other speeds",
+     "Otherwise a faster sound is higher, as a tape that runs faster.", "1", 0, 0, "", "",
+     LSubsystem::kPlayback},
+    {kAudioPage, kSwitch, kSettings, "ReduceVolWhenRewind", "Rewind and forward more &quietly",
+     "By 8 dB, while a sound is walked through fast.", "1", 0, 0, "", "", LSubsystem::kPlayback},
     {kNewPage, kNumber, kSettings, "DefaultSampleRate", "Sample &rate:", "What \"New File\" offers at first.",
      "44100", 8000, 384000, " Hz"},
     {kNewPage, kNumber, kSettings, "DefaultChannels", "&Channels:", "What \"New File\" offers at first.", "2",
@@ -111,6 +123,8 @@ QString StoredOption(const LOptionRow& row) {
             const QString folder = GetSettingString(section, name, DataFolder());
             return folder.isEmpty() ? DataFolder() : folder;
         }
+        case LOptionKind::kDevice:
+            return ChosenOutputText();
         default:
             return GetSettingString(section, name, fallback);
     }
