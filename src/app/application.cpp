@@ -3,6 +3,7 @@
 
 #include <QThread>
 
+#include "app/commands.h"
 #include "app/deferred_delete.h"
 #include "app/progress_dialog.h"
 
@@ -18,6 +19,7 @@ LApplication::LApplication(int& argc, char** argv) : QApplication(argc, argv) {
     SetNames();
     setDesktopFileName(QStringLiteral("works.vellmark.Ondarix"));
     setQuitOnLastWindowClosed(false);
+    RegisterSubsystem(LSubsystem::kPlayback);
 }
 
 int LApplication::Run() { return ended_ ? 0 : exec(); }

@@ -156,6 +156,8 @@ QString WhyUnavailable(const LCommandRow& row, bool soundIsOpen) {
                                                  : QStringLiteral("The sound has one channel only");
         case LNeed::kMarks:
             return QStringLiteral("Mark both positions to use %1").arg(PlainText(row));
+        case LNeed::kPlaying:
+            return QStringLiteral("Nothing is playing");
         default:
             return QStringLiteral("Not available now");
     }

@@ -81,7 +81,7 @@ QString CommandPath(const LCommandRow& row) {
 }
 
 QString CommandHint(const LCommandRow& row) {
-    if (row.need == LNeed::kNothing || row.need == LNeed::kClip) return {};
+    if (row.need == LNeed::kNothing || row.need == LNeed::kClip || row.need == LNeed::kPlaying) return {};
     if (*row.hint) return QString::fromUtf8(row.hint);
     return QStringLiteral("Open an audio file to use %1").arg(PlainText(row));
 }

@@ -25,6 +25,7 @@ enum LCommand : int {
     kCmdStereo = 1017,
     kCmdOpenInWindow = 1023,
     kCmdQuad = 1028,
+    kCmdPreviewSaved = 1029,
     kCmdCloseAll = 1034,
     kCmdNewInWindow = 1054,
     kCmdNoRecent = 1081,
@@ -76,6 +77,9 @@ enum LCommand : int {
     kCmdEditFirstChannel = 2091,  // and the seven after it
 
     kCmdPlay = 3002,
+    kCmdSpeedHalf = 3003,
+    kCmdSpeedNormal = 3004,
+    kCmdSpeedOneAndHalf = 3005,
     kCmdStop = 3006,
     kCmdGoToStart = 3007,
     kCmdGoToSelectionStart = 3008,
@@ -89,10 +93,20 @@ enum LCommand : int {
     kCmdFineBack = 3017,
     kCmdNextCutpoint = 3018,
     kCmdPreviousCutpoint = 3019,
+    kCmdPlayAgain = 3020,
     kCmdNextBookmark = 3024,
     kCmdPreviousBookmark = 3025,
-    kCmdPlayAgain = 3020,
     kCmdCustomKeys = 3032,
+    kCmdSpeedTenth = 3033,
+    kCmdSpeedFifth = 3034,
+    kCmdSpeedOneAndQuarter = 3035,
+    kCmdSpeedDouble = 3036,
+    kCmdSpeedTriple = 3037,
+    kCmdSpeedFivefold = 3038,
+    kCmdRewind = 3040,
+    kCmdForward = 3041,
+    kCmdScrubBack = 3042,
+    kCmdScrubForward = 3043,
 
     kCmdZoomIn = 5001,
     kCmdZoomOut = 5002,
@@ -174,6 +188,7 @@ enum class LNeed : uint8_t {
     kChannels,  // at least two channels; for one channel alone, that one
     kMarks,     // both positions of the selection to be recalled
     kPlace,     // a bookmark or region under the mouse
+    kPlaying,   // a sound plays or is paused
 };
 
 // Commands of a subsystem that is not there stand in the table, and nowhere else.

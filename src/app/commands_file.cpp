@@ -16,7 +16,7 @@ constexpr LCommandRow kFileRows[] = {
     {kCmdSave, kIn, 0, "&Save File", "save", "Ctrl+S", kSound, kSeparatorBefore | kInToolbar | kInPanel},
     {kCmdSaveAs, kIn, 0, "Save File &As...", "saveas", "Ctrl+Shift+S", kSound, kInToolbar | kInPanel},
     {kCmdSaveAll, kIn, 0, "Save A&ll Files", "", "Ctrl+Alt+S", kSound},
-    {1029, kIn, 0, "Preview Waveform from Previous Save", "", "", kSound, kPlain, kPlayback},
+    {kCmdPreviewSaved, kIn, 0, "Preview Waveform from Previous Save", "", "", kRevert, kPlain, kPlayback},
     {kCmdClose, kIn, 0, "&Close File", "close", "Ctrl+W; Ctrl+F4", kSound, kSeparatorBefore | kInToolbar},
     {kCmdCloseAll, kIn, 0, "Close All", "", "Ctrl+Shift+W", kSound},
     {1011, kIn, 0, "Open Project...", "", "", kNothing, kSeparatorBefore, kProjects},

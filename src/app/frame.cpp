@@ -50,6 +50,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     BuildTools();
     BuildStatusBar();
     connect(desktopClipboard_.get(), &LDesktopClipboard::Changed, this, &LMainFrame::RefreshActions);
+    ConnectPlayback();
     RestorePlace();
     RefreshActions();
     area_->ShowStart();
@@ -169,7 +170,7 @@ void LMainFrame::changeEvent(QEvent* event) {
 void LMainFrame::keyPressEvent(QKeyEvent* event) {
     const int id = CommandOfKey(QKeySequence(event->keyCombination()));
     const LCommandRow* row = FindCommand(id);
-    if (row && IsVisible(*row) && !IsAvailable(id)) RunCommand(id);
+    if (row && IsVisible(*row) && !IsAvailable(id) && id != kCmdStop) RunCommand(id);
     QMainWindow::keyPressEvent(event);
 }
 
@@ -181,6 +182,7 @@ void LMainFrame::closeEvent(QCloseEvent* event) {
     }
     const bool forced = closing_;
     closing_ = true;
+    playback_->Stop();
     StorePlace();
     for (const QPointer<QDialog>& window : std::as_const(beside_))
         if (window) window->close();

@@ -84,11 +84,10 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void HideToBackground() override { hide(); }
     bool CanClose() override;
     void PostClose(bool asked) override;
-    // Without an engine for playback and recording.
-    bool Play(int64_t, int64_t) override { return false; }
-    bool Record() override { return false; }
-    bool StopAll() override { return false; }
-    bool RestartPlayback() override { return false; }
+    bool Play(int64_t startFrame, int64_t endFrame) override;
+    bool Record() override { return false; }  // without an engine for it
+    bool StopAll() override;
+    bool RestartPlayback() override;
     void Minimize() override { showMinimized(); }
     void Maximize() override { showMaximized(); }
     void Restore() override { showNormal(); }
@@ -108,6 +107,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void DocumentChanged(LSoundDocument& document) override;
     void Refresh(LSoundDocument& document) override;
     bool AddDocument(LSoundDocumentRef document) override;
+    void PlaySelection(LSoundDocument& document) override;
 
     // LFrameDocuments.
     void Activate(LSoundWindow& window) override;
@@ -146,6 +146,15 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void ShowDisk();
     void SoundsChanged();
     void ExplainRefusal(const LCommandRow& row);
+
+    // Playing.
+    void ConnectPlayback();
+    void ConnectPlayback(LSoundWindow& window);
+    void ShowPlayback();
+    void ShowPlayChecks();
+    void ShowHeard();
+    QString PlayText(int id) const;                      // "": as in the table
+    QString PlayTip(int id, const QString& keys) const;  // "": as the others
 
     // Files.
     LSoundWindow* AddSound(LSoundDocumentRef document);

@@ -139,6 +139,7 @@ LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
     auto* window = new LSoundWindow(std::move(document), *this);
     window->mayClose = [this](LSoundWindow& sound) { return closing_ || MayClose(sound); };
     ConnectSound(*window);
+    ConnectPlayback(*window);
     connect(window, &QObject::destroyed, this, &LMainFrame::SoundsChanged, Qt::QueuedConnection);
     area_->Place(window, windowIcon());
     window->View().setFocus();

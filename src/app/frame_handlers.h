@@ -28,6 +28,7 @@ std::span<const LCommandHandler> EditHandlers();
 std::span<const LCommandHandler> SelectHandlers();
 std::span<const LCommandHandler> SplitHandlers();
 std::span<const LCommandHandler> ControlHandlers();
+std::span<const LCommandHandler> PlayHandlers();
 std::span<const LCommandHandler> ViewHandlers();
 std::span<const LCommandHandler> MarkHandlers();
 std::span<const LCommandHandler> ToolHandlers();
@@ -35,6 +36,12 @@ const LCommandHandler* FindHandler(int id);  // null: nothing carries it out
 
 // Between the first and the second position marked in a sound; empty without both.
 std::optional<LSelection> MarkedRange(const LSoundWindow& sound);
+// Of the stored play speed 0 to 8.
+int SpeedCommand(int index);
+// Where the user is in the active sound: what is heard of it, otherwise its cursor.
+int64_t PlaceHere(LCommandCall& call);
+// Plays on from there where the active sound plays or is paused; otherwise as GoTo.
+void GoOrSeek(LCommandCall& call, int64_t frame);
 // Moves the cursor there, nothing selected, and the view with it.
 void GoTo(LSoundWindow& sound, int64_t frame);
 

@@ -6,6 +6,7 @@
 #include "app/command_search.h"
 #include "app/frame.h"
 #include "app/frame_handlers.h"
+#include "app/playback.h"
 #include "app/recent_files.h"
 #include "app/theme.h"
 #include "app/time_text.h"
@@ -84,6 +85,8 @@ bool LMainFrame::MeetsNeed(LNeed need, int id) {
             return document && HasChannel(*document, id);
         case LNeed::kMarks:
             return sound && MarkedRange(*sound);
+        case LNeed::kPlaying:
+            return playback_->State() != LPlayState::kStopped;
         case LNeed::kPlace:
             return document && contextPlace_ &&
                    (FindBookmark(*document, contextPlace_->bookmarkIndex) ||
@@ -97,7 +100,8 @@ void LMainFrame::RefreshAction(const LCommandRow& row) {
     if (!action) return;
     LSoundWindow* sound = ActiveSound();
     action->setEnabled(MeetsNeed(row.need, row.id));
-    const QString text = ActionText(row, sound);
+    const QString own = PlayText(row.id);
+    const QString text = own.isEmpty() ? ActionText(row, sound) : own;
     if (action->text() != text) {
         action->setText(text);
         action->setIconText(ShortText(row.id));
@@ -105,7 +109,9 @@ void LMainFrame::RefreshAction(const LCommandRow& row) {
     const QString hint = sound ? QString() : CommandHint(row);
     const QString keys = action->shortcut().toString(QKeySequence::NativeText);
     const QString plain = QString(text).remove(QLatin1Char('&'));
+    const QString tip = PlayTip(row.id, keys);
     action->setToolTip(!hint.isEmpty()  ? hint
+                       : !tip.isEmpty() ? tip
                        : keys.isEmpty() ? plain
                                         : QStringLiteral("%1 (%2)").arg(plain, keys));
     action->setStatusTip(hint);
@@ -132,6 +138,7 @@ void LMainFrame::RefreshChecks() {
     const auto check = [this](int id, bool on) {
         if (QAction* action = ActionOf(id)) action->setChecked(on);
     };
+    ShowPlayChecks();
     check(kCmdShowDb, GetSettingBool(QStringLiteral("Settings"), QStringLiteral("ShowDBLines"), false));
     check(kCmdThemeSystem + static_cast<int>(StoredTheme()), true);
     check(kCmdTabs, area_->ShowsTabs());
@@ -160,7 +167,7 @@ void LMainFrame::ShowStatus() {
     const LSoundDocument& document = sound->Document();
     const int32_t rate = document.sound.sampleRate;
     const LSelection selection = document.EditRange();
-    position_->setText(QStringLiteral("Cursor %1").arg(TimeText(document.cursor, rate)));
+    ShowHeard();
     selection_->setText(selection.IsEmpty()
                             ? QStringLiteral("No selection")
                             : QStringLiteral("Selection %1 \u2013 %2 (%3)")

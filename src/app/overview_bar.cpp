@@ -97,6 +97,14 @@ double LOverviewBar::XOf(int64_t frame) const {
     return static_cast<double>(frame) * width() / static_cast<double>(std::max<int64_t>(1, range_->Total()));
 }
 
+void LOverviewBar::SetPlayed(int64_t frame) {
+    const int before = static_cast<int>(XOf(played_)), now = static_cast<int>(XOf(frame));
+    const bool same = before == now && (played_ < 0) == (frame < 0);
+    played_ = frame;
+    if (same) return;
+    for (const int x : {before, now}) update(x - 1, 0, 4, height());
+}
+
 QRectF LOverviewBar::Frame() const {
     const double left = XOf(range_->Start());
     return {left, 0, std::max(4.0, XOf(range_->End()) - left), static_cast<double>(height())};
@@ -121,6 +129,7 @@ void LOverviewBar::paintEvent(QPaintEvent*) {
     veil.setAlpha(170);
     painter.fillRect(QRectF(0, 0, frame.left(), height()), veil);
     painter.fillRect(QRectF(frame.right(), 0, width() - frame.right(), height()), veil);
+    if (played_ >= 0) painter.fillRect(QRectF(std::floor(XOf(played_)), 0, 2, height()), colours.played);
     painter.setPen(QPen(colours.rulerText, 1));
     painter.setRenderHint(QPainter::Antialiasing);
     painter.drawRoundedRect(frame.adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);

@@ -15,6 +15,8 @@ class LOverviewBar final : public QWidget {
   public:
     static constexpr int kWorkerView = 1;  // its number with the worker
 
+    // Where the sound is heard; -1: nowhere.
+    void SetPlayed(int64_t frame);
     // `worker` is shared with the wave view of the same window, so that a graph is read once.
     LOverviewBar(LSoundDocumentRef document, LViewRange* range, LWaveColumnsWorker& worker, QWidget* parent);
     void SoundChanged(uint64_t number);  // the worker has another sound, of this number
@@ -40,7 +42,7 @@ class LOverviewBar final : public QWidget {
     LViewRange* range_;
     LWaveColumnsWorker& worker_;
     LColumnStore columns_;
-    int64_t askedFrames_ = -1;
+    int64_t askedFrames_ = -1, played_ = -1;
     int askedColumns_ = 0;
     QPixmap drawn_;       // null: to be drawn
     double grabbed_ = 0;  // pixels from the frame's left side to the mouse

@@ -49,6 +49,10 @@ LSoundWindow* LPlayback::Sound() const { return static_cast<LSoundWindow*>(sound
 
 int64_t LPlayback::Length() const { return snapshot_.Length(); }
 
+int64_t LPlayback::InRange(int64_t frame) const {
+    return std::clamp(frame, start_, std::max(start_, end_ - 1));
+}
+
 int64_t LPlayback::Position() const {
     if (state_ == LPlayState::kStopped) return -1;
     if (manner_ == LPlayManner::kScrub)
@@ -64,45 +68,59 @@ LPlayback::LPlace LPlayback::PlaceOf(LSoundWindow& sound) {
 
 // --- Beginning
 
+LPlayback::LStretch LPlayback::StretchOf(LSoundWindow& window, int64_t total) {
+    const LSelection place = window.Document().EditRange();
+    if (!place.IsEmpty() && place.start < total)
+        return {place.start, std::min(place.end, total), place.start, true};
+    return {0, total, place.start < total ? place.start : 0, false};
+}
+
 bool LPlayback::Play(LSoundWindow& sound, int64_t start, int64_t end) {
-    const int64_t total = sound.Document().Edited().Length();
-    if (start >= 0 && end > start) return Begin(sound, start, std::min(end, total), start, true);
-    const LSelection place = sound.Document().EditRange();
-    if (!place.IsEmpty()) return Begin(sound, place.start, std::min(place.end, total), place.start, true);
-    return Begin(sound, 0, total, place.start < total ? place.start : 0, false);
+    const LSound& now = sound.Document().Edited();
+    const int64_t total = now.Length();
+    LStretch stretch = StretchOf(sound, total);
+    if (start >= 0 && end > start) stretch = {start, std::min(end, total), start, true};
+    if (!Begin(sound, now, stretch)) return false;
+    last_ = {&sound, stretch};
+    return true;
+}
+
+bool LPlayback::PlaySaved(LSoundWindow& sound) {
+    const LSound* saved = sound.Document().SavedSound();
+    return saved && Begin(sound, *saved, StretchOf(sound, saved->Length()));
 }
 
 bool LPlayback::PlayAgain() {
     LSoundWindow* sound = last_.sound;
-    if (!sound) sound = documents_.ActiveSound();
-    if (!sound) return false;
-    if (sound != last_.sound) return Play(*sound);
-    const int64_t total = sound->Document().Edited().Length();
-    if (last_.start >= total) return Play(*sound);
-    if (last_.part) return Begin(*sound, last_.start, std::min(last_.end, total), last_.start, true);
-    return Begin(*sound, 0, total, last_.start, false);
+    if (!sound) {
+        LSoundWindow* active = documents_.ActiveSound();
+        return active && Play(*active);
+    }
+    const LSound& now = sound->Document().Edited();
+    LStretch stretch = last_.stretch;
+    stretch.end = stretch.part ? std::min(stretch.end, now.Length()) : now.Length();
+    return stretch.first < stretch.end ? Begin(*sound, now, stretch) : Play(*sound);
 }
 
-void LPlayback::Take(LSoundWindow& sound) {
+void LPlayback::Take(LSoundWindow& window, const LSound& sound) {
     if (state_ != LPlayState::kStopped) Stop();
-    sound_ = &sound;
-    snapshot_ = sound.Document().Edited();
+    sound_ = &window;
+    snapshot_ = sound;
     const bool quick = snapshot_.Length() * snapshot_.channels <= kSamplesForPeak;
     peak_ = quick ? SoundPeak(snapshot_) : kUnknownPeak;
-    before_ = placed_ = PlaceOf(sound);
+    before_ = placed_ = PlaceOf(window);
 }
 
-bool LPlayback::Begin(LSoundWindow& sound, int64_t start, int64_t end, int64_t first, bool part) {
-    if (start >= end) return false;
-    Take(sound);
-    start_ = start;
-    end_ = end;
-    part_ = part;
-    last_ = {&sound, first, end, part};
-    chain_ = MakeChain(first);
+bool LPlayback::Begin(LSoundWindow& window, const LSound& sound, const LStretch& stretch) {
+    if (stretch.start >= stretch.end) return false;
+    Take(window, sound);
+    start_ = stretch.start;
+    end_ = stretch.end;
+    part_ = stretch.part;
+    chain_ = MakeChain(stretch.first);
     if (!Start(chain_->Source())) return false;
     SetState(LPlayState::kPlaying);
-    ShowAt(first, true);
+    Show(stretch.first);
     return true;
 }
 
@@ -129,7 +147,7 @@ bool LPlayback::Start(const LSoundSourceRef& source) {
     player_.SetLowLatency(manner_ == LPlayManner::kScrub);
     ApplyVolume();
     if (player_.Play(source)) return true;
-    Fail(player_.LastStatus());
+    Fail(player_.LastStatus(), false);
     return false;
 }
 
@@ -159,6 +177,7 @@ bool LPlayback::Pause() {
     PutCursor(Position());
     SetState(LPlayState::kPaused);
     ShowAt(Position(), false);
+    Q_EMIT PositionChanged(Position());
     return true;
 }
 
@@ -187,16 +206,14 @@ void LPlayback::SeekByClick(int64_t frame) {
 
 void LPlayback::MoveTo(int64_t frame, bool wholeSound) {
     frame = std::clamp<int64_t>(frame, 0, Length());
-    if (wholeSound && (part_ || start_ > 0 || end_ < Length())) {
-        start_ = 0;
-        end_ = Length();
-        part_ = false;
+    if (wholeSound && part_) {
+        TakeWhole();
         chain_ = MakeChain(frame);
-        Swap(chain_->Source(), 0);
+        Swap(chain_->Source(), kFromStart);
     }
     player_.SetPositionFrames(chain_->FromSound(frame, player_.GetPositionFrames()));
     if (state_ == LPlayState::kPaused) PutCursor(frame);
-    ShowAt(frame, true);
+    Show(frame);
 }
 
 void LPlayback::Swap(const LSoundSourceRef& source, double scale) {
@@ -204,6 +221,12 @@ void LPlayback::Swap(const LSoundSourceRef& source, double scale) {
     player_.SwapSource(source, scale);
     player_.ResyncAfterSwap();
     player_.ResumeFeed();
+}
+
+void LPlayback::TakeWhole() {
+    start_ = 0;
+    end_ = Length();
+    part_ = false;
 }
 
 // A selection stays as it is.
@@ -224,13 +247,16 @@ void LPlayback::Finish(bool restoreCursor) {
         ApplyVolume();
     }
     ShowAt(-1, false);
-    levels_.clear();
-    Q_EMIT LevelsChanged();
-    SetState(LPlayState::kStopped);
+    tick_.stop();
+    state_ = LPlayState::kStopped;
     sound_ = nullptr;
     chain_.reset();
     scrub_.Reset();
-    snapshot_ = {};
+    snapshot_.Clear();
+    levels_.clear();
+    Q_EMIT PositionChanged(-1);
+    Q_EMIT LevelsChanged();
+    Q_EMIT StateChanged();
 }
 
 void LPlayback::SetState(LPlayState state) {
@@ -245,8 +271,9 @@ void LPlayback::SetState(LPlayState state) {
 void LPlayback::OnPlayStopped(uintptr_t) {
     if (ours_ || state_ == LPlayState::kStopped) return;
     const uint16_t status = player_.LastStatus();
+    if (status != kDeviceGood) return Fail(status, true);
+    if (manner_ != LPlayManner::kPlain) return MannerEnded();
     Finish(true);
-    if (status != kDeviceGood) Fail(status);
 }
 
 void LPlayback::OnLevels(uintptr_t, const LLevelBytes& levels) {
@@ -255,15 +282,24 @@ void LPlayback::OnLevels(uintptr_t, const LLevelBytes& levels) {
 }
 
 void LPlayback::Tick() {
-    if (++ticks_ % kTicksAPosition == 0 && player_.HasClipped() != hadClipped_) {
-        hadClipped_ = player_.HasClipped();
-        Q_EMIT ClippedChanged();
-    }
-    ShowAt(Position(), false);
+    const int64_t at = Position();
+    ShowAt(at, false);
+    if (++ticks_ % kTicksAPosition != 0) return;
+    Q_EMIT PositionChanged(at);
+    if (player_.HasClipped() == hadClipped_) return;
+    hadClipped_ = !hadClipped_;
+    Q_EMIT ClippedChanged();
 }
 
-void LPlayback::ShowAt(int64_t frame, bool /*reveal*/) {
-    if (state_ != LPlayState::kPlaying || ticks_ % kTicksAPosition == 0) Q_EMIT PositionChanged(frame);
+void LPlayback::ShowAt(int64_t frame, bool reveal) {
+    const bool back = manner_ == LPlayManner::kRewind || (manner_ == LPlayManner::kScrub && frame < shown_);
+    shown_ = frame;
+    if (LSoundWindow* sound = Sound()) sound->ShowPlayed(frame, reveal, back);
+}
+
+void LPlayback::Show(int64_t frame) {
+    ShowAt(frame, true);
+    Q_EMIT PositionChanged(frame);
 }
 
 // --- Settings
@@ -272,7 +308,15 @@ bool LPlayback::Loop() const { return GetSettingBool(kPlaySection, kLoopName, fa
 
 void LPlayback::SetLoop(bool on) {
     SetSettingBool(kPlaySection, kLoopName, on);
-    if (chain_ && manner_ == LPlayManner::kPlain) chain_->SetLooping(on);
+    if (state_ != LPlayState::kStopped && manner_ == LPlayManner::kPlain) {
+        player_.Suspend();
+        LSoundSource& source = *chain_->Source();
+        const bool wasRead = source.GetPosition() >= source.GetLength();
+        chain_->SetLooping(on, player_.GetPositionFrames());
+        // What is queued of a pass that does not come, or the end that is not one.
+        if (wasRead || source.GetPosition() > source.GetLength()) player_.ResyncAfterSwap();
+        player_.ResumeFeed();
+    }
     Q_EMIT SettingsChanged();
 }
 
@@ -282,8 +326,7 @@ void LPlayback::SetSpeedIndex(int index) {
     const double before = PlaySpeedFactor(SpeedIndex()), now = PlaySpeedFactor(index);
     SetSettingInt(index, kPlaySection, kSpeedName);
     if (state_ != LPlayState::kStopped && manner_ == LPlayManner::kPlain && before != now) {
-        const int64_t at = Position();
-        chain_ = MakeChain(std::clamp(at, start_, std::max(start_, end_ - 1)));
+        chain_ = MakeChain(InRange(Position()));
         Swap(chain_->Source(), before / now);
     }
     Q_EMIT SettingsChanged();
@@ -320,9 +363,8 @@ void LPlayback::DeviceChanged() {
     const int64_t at = Position();
     if (manner_ != LPlayManner::kPlain) SetManner(LPlayManner::kPlain);
     if (state_ == LPlayState::kStopped) return;
-    chain_ = MakeChain(std::clamp(at, start_, std::max(start_, end_ - 1)));
-    if (!Start(chain_->Source())) return;
-    if (paused) player_.Pause();
+    chain_ = MakeChain(InRange(at));
+    if (Start(chain_->Source()) && paused) player_.Pause();
 }
 
 }  // namespace ondarix

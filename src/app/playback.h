@@ -45,6 +45,8 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     // so; otherwise exactly [start, end). False: nothing to play, or the device does not take it, which is
     // told.
     bool Play(LSoundWindow& sound, int64_t start = -1, int64_t end = -1);
+    // The same of the sound as it was saved last.
+    bool PlaySaved(LSoundWindow& sound);
     bool PlayAgain();  // what was played last, from its beginning
     bool Pause();      // the cursor goes to what is heard, where nothing is selected
     bool Resume();
@@ -80,24 +82,31 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     void SettingsChanged();  // loop, speed, volume
 
   private:
+    struct LStretch {
+        int64_t start = 0, end = 0, first = 0;
+        bool part = false;  // rather than the whole sound
+    };
     // Where cursor and selection of a sound are, and which of its states that is.
     struct LPlace {
         int64_t start = 0, end = 0, cursor = 0;
         uint64_t serial = 0;
         bool operator==(const LPlace&) const = default;
     };
+    // A swap to a source that is moved to its place behind it: factor of the position.
+    static constexpr double kFromStart = 1e-12;
     struct LLastPlayed {
         QPointer<LSoundWindow> sound;
-        int64_t start = 0, end = -1;
-        bool part = false;
+        LStretch stretch;
     };
 
     void OnPlayStopped(uintptr_t userData) override;
     void OnLevels(uintptr_t userData, const LLevelBytes& levels) override;
 
     static LPlace PlaceOf(LSoundWindow& sound);
-    void Take(LSoundWindow& sound);  // snapshot and place of what is to be played
-    bool Begin(LSoundWindow& sound, int64_t start, int64_t end, int64_t first, bool part);
+    // What the selection or the cursor means in a sound of that length.
+    static LStretch StretchOf(LSoundWindow& window, int64_t total);
+    void Take(LSoundWindow& window, const LSound& sound);  // what is to be played, as it is now
+    bool Begin(LSoundWindow& window, const LSound& sound, const LStretch& stretch);
     std::unique_ptr<LPlayChain> MakeChain(int64_t first, double skip = 0) const;
     bool Start(const LSoundSourceRef& source);  // on the device
     void Swap(const LSoundSourceRef& source, double scale);
@@ -107,9 +116,12 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     void Finish(bool restoreCursor);
     void Tick();
     void ShowAt(int64_t frame, bool reveal);
+    void Show(int64_t frame);  // and tells it
+    void TakeWhole();
+    int64_t InRange(int64_t frame) const;  // of what is played, its end excluded
     void ApplyVolume();
-    void Fail(uint16_t status);
-    void TellFailure(uint16_t status);
+    void Fail(uint16_t status, bool whilePlaying);
+    void TellFailure(uint16_t status, const QString& device, bool whilePlaying);
     int64_t Length() const;  // of the snapshot
 
     void EnterManner(LPlayManner manner);
@@ -133,6 +145,7 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     LLevelBytes levels_;
     QTimer tick_;
     int ticks_ = 0;
+    int64_t shown_ = -1;
     bool hadClipped_ = false;
     bool ours_ = false;  // the player stops because it was told to
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Walking fast through a sound, and the sound under the hand; and what is said when nothing can be heard.
+// Walking fast through a sound, and the sound under the hand.
 #include <algorithm>
 
 #include "app/playback.h"
@@ -30,11 +30,9 @@ void LPlayback::EnterManner(LPlayManner manner) {
     if (manner_ == LPlayManner::kPlain) stateBefore_ = state_;
     int64_t at = Position();
     if (state_ == LPlayState::kStopped) {
-        Take(*sound);
+        Take(*sound, sound->Document().Edited());
         at = sound->Document().cursor;
-        start_ = 0;
-        end_ = Length();
-        part_ = false;
+        TakeWhole();
     }
     manner_ = manner;
     LSoundSourceRef source;
@@ -52,12 +50,12 @@ void LPlayback::EnterManner(LPlayManner manner) {
     } else {
         player_.SetLowLatency(manner == LPlayManner::kScrub);
         ApplyVolume();
-        Swap(source, 0);
+        Swap(source, kFromStart);
         if (manner != LPlayManner::kScrub) player_.SetPositionFrames(chain_->FromSound(at, 0));
         if (state_ == LPlayState::kPaused) player_.Resume();
     }
     SetState(LPlayState::kPlaying);
-    ShowAt(at, true);
+    Show(at);
 }
 
 void LPlayback::LeaveManner() {
@@ -71,18 +69,30 @@ void LPlayback::LeaveManner() {
     manner_ = LPlayManner::kPlain;
     player_.SetLowLatency(false);
     ApplyVolume();
-    if (at < start_ || at >= end_) {
-        start_ = 0;
-        end_ = Length();
-        part_ = false;
-    }
-    chain_ = MakeChain(std::clamp(at, start_, std::max(start_, end_ - 1)));
-    Swap(chain_->Source(), 0);
+    if (at < start_ || at >= end_) TakeWhole();
+    chain_ = MakeChain(InRange(at));
+    Swap(chain_->Source(), kFromStart);
     scrub_.Reset();
     player_.SetPositionFrames(chain_->FromSound(at, 0));
     if (stateBefore_ == LPlayState::kPaused) PutCursor(at);
     SetState(stateBefore_);
-    ShowAt(at, true);
+    Show(at);
+}
+
+// It has run into an end of the sound.
+void LPlayback::MannerEnded() {
+    const bool back = manner_ == LPlayManner::kRewind;
+    if (stateBefore_ != LPlayState::kPlaying) {
+        PutCursor(back ? 0 : Length());
+        return Finish(false);
+    }
+    if (!back) return Finish(true);
+    manner_ = LPlayManner::kPlain;
+    if (start_ > 0) TakeWhole();
+    chain_ = MakeChain(0);
+    if (!Start(chain_->Source())) return;
+    SetState(LPlayState::kPlaying);
+    Show(0);
 }
 
 void LPlayback::ScrubTo(int64_t frame) {
@@ -95,30 +105,6 @@ void LPlayback::ScrubBy(int steps) {
     SetManner(LPlayManner::kScrub);
     if (manner_ == LPlayManner::kScrub)
         ScrubTo(Position() + int64_t{steps} * snapshot_.sampleRate * kScrubStepMs / 1000);
-}
-
-// --- Failures
-
-void LPlayback::Fail(uint16_t status) {
-    if (state_ != LPlayState::kStopped || Sound()) Finish(true);
-    // Behind whatever has asked for the sound: the question waits for an answer.
-    QMetaObject::invokeMethod(
-        this, [this, status] { TellFailure(status); }, Qt::QueuedConnection);
-}
-
-void LPlayback::TellFailure(uint16_t /*status*/) {
-    LMessageHost& messages = documents_.EditHost().Messages();
-    const QString device = QStringLiteral("\"%1\"").arg(DeviceText());
-    const QString text =
-        QStringLiteral(
-            "The playback has failed to start on device %1. Please check the following:\n\n"
-            "1. Your device %1 is connected and turned on.\n\n"
-            "2. Try to select another audio output device in the Audio tab of Ondarix Options.")
-            .arg(device);
-    if (messages.Ask(QStringLiteral("Playback Error"), text,
-                     {QStringLiteral("Open Options"), QStringLiteral("Cancel")}, 1) == 0 &&
-        openOptions)
-        openOptions();
 }
 
 }  // namespace ondarix

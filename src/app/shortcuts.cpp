@@ -20,6 +20,11 @@ QList<QKeySequence> KeysOfText(const QString& text) {
     return keys;
 }
 
+QList<QKeySequence> TableKeys(int id) {
+    const LCommandRow* row = FindCommand(id);
+    return row ? KeysOfText(QString::fromUtf8(row->shortcut)) : QList<QKeySequence>();
+}
+
 // Nullopt where the text says nothing that can be used.
 std::optional<QList<QKeySequence>> UserKeys(const QString& stored) {
     if (stored == kNoKey) return QList<QKeySequence>();
@@ -40,7 +45,13 @@ void WriteKeys(const LCommandRow& row, const QList<QKeySequence>& keys) {
 
 }  // namespace
 
+// Where there is no recording, playing in a loop has the key of recording a stream.
 QList<QKeySequence> TableShortcuts(const LCommandRow& row) {
+    constexpr int kRecordStream = 3049;
+    if (!IsRegistered(LSubsystem::kRecording)) {
+        if (row.id == kRecordStream) return {};
+        if (row.id == kCmdLoop) return TableKeys(kRecordStream);
+    }
     return KeysOfText(QString::fromUtf8(row.shortcut));
 }
 

@@ -133,6 +133,18 @@ void LSoundWindow::ShowRange() {
     document_->viewEnd = range_.End();
 }
 
+// Where somebody has scrolled away from the line, the view stays there.
+void LSoundWindow::ShowPlayed(int64_t frame, bool reveal, bool back) {
+    const auto isInView = [this](int64_t at) { return at >= range_.Start() && at <= range_.End(); };
+    const bool wasInView = view_->PlayLine() >= 0 && isInView(view_->PlayLine());
+    view_->SetPlayLine(frame);
+    timeRuler_->SetPlayed(frame);
+    overview_->SetPlayed(frame);
+    if (frame < 0 || isInView(frame) || !(wasInView || reveal) || view_->IsDragging()) return;
+    if (!GetSettingBool(QStringLiteral("Settings"), QStringLiteral("AutoScroll"), true)) return;
+    range_.MoveTo(back && !reveal ? frame - range_.Frames() : frame);
+}
+
 void LSoundWindow::Refresh() {
     document_->ClampPositions();
     const int64_t start = document_->viewStart, end = document_->viewEnd;

@@ -34,6 +34,9 @@ class LSoundWindow final : public QWidget {
     // Waits for columns that are still computed. True: everything in view is exact.
     bool Complete(int ms = -1);
 
+    // Marks where the sound is heard; -1: nowhere. Where the setting "AutoScroll" wants it, the view pages on
+    // when that leaves it; `reveal`: the view goes there. `back`: it is heard from right to left.
+    void ShowPlayed(int64_t frame, bool reveal, bool back);
     // Shows the document as it is now: sound, marks, selection, view and title.
     void Refresh();
     // After title, path or the modified mark have changed.

@@ -21,6 +21,7 @@ struct LWaveColours {
     QColor centre;  // centre line
     QColor grid;    // lines at labelled levels
     QColor cursor;
+    QColor played;  // where the sound is heard
     QColor rulerBackground, rulerText, rulerTick;
     QColor area;                    // behind the windows of the sounds
     QColor titleBar;                // of the window of the active sound

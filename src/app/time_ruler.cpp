@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/time_ruler.h"
 
+#include <QPaintEvent>
 #include <QPainter>
+#include <algorithm>
 #include <cmath>
 
 #include "app/theme.h"
@@ -18,13 +20,14 @@ LTimeRuler::LTimeRuler(LSoundDocumentRef document, LViewRange* range, QWidget* p
     connect(range_, &LViewRange::Changed, this, QOverload<>::of(&QWidget::update));
 }
 
-void LTimeRuler::paintEvent(QPaintEvent*) {
+void LTimeRuler::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     painter.fillRect(rect(), WaveColours().rulerBackground);
     PaintSelection(painter);
-    PaintTicks(painter);
+    PaintTicks(painter, event->rect());
     painter.setPen(WaveColours().rulerTick);
     painter.drawLine(0, height() - 1, width(), height() - 1);
+    PaintPlayed(painter);
 }
 
 void LTimeRuler::PaintSelection(QPainter& painter) {
@@ -43,7 +46,26 @@ void LTimeRuler::PaintSelection(QPainter& painter) {
     painter.fillRect(QRectF(from, height() - 6, to - from, 5), colours.selectedWave);
 }
 
-void LTimeRuler::PaintTicks(QPainter& painter) {
+void LTimeRuler::SetPlayed(int64_t frame) {
+    const auto place = [this](int64_t at) {
+        return at < 0 ? -1000 : std::clamp(static_cast<int>(range_->XOf(at, width())), -1000, width() + 1000);
+    };
+    const int before = place(played_), now = place(frame);
+    played_ = frame;
+    if (before == now) return;
+    for (const int x : {before, now}) update(x - 6, height() - 9, 13, 9);
+}
+
+void LTimeRuler::PaintPlayed(QPainter& painter) {
+    if (played_ < 0) return;
+    const double x = std::floor(range_->XOf(played_, width())) + 1, bottom = height() - 1;
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(WaveColours().played);
+    painter.drawPolygon(QPolygonF({{x - 5, bottom - 7}, {x + 5, bottom - 7}, {x, bottom}}));
+}
+
+void LTimeRuler::PaintTicks(QPainter& painter, const QRect& dirty) {
     const LWaveColours& colours = WaveColours();
     const double rate = std::max(1, document_->sound.sampleRate);
     const double secondsPerPixel = static_cast<double>(range_->Frames()) / rate / std::max(1, width());
@@ -60,7 +82,8 @@ void LTimeRuler::PaintTicks(QPainter& painter) {
     const double pixels = step.Seconds() / secondsPerPixel;
     for (int64_t n = begin; n <= begin + 4000; ++n) {
         const double x = (static_cast<double>(n) * step.Seconds() - first) / secondsPerPixel;
-        if (x > width()) break;
+        if (x > dirty.right() + 1) break;
+        if (x + pixels < dirty.left()) continue;  // its label, too, ends before the next tick
         painter.setPen(colours.rulerTick);
         painter.drawLine(QLineF(x, height() - 10, x, height() - 1));
         for (int part = 1; part < step.minorParts; ++part) {

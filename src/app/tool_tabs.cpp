@@ -23,6 +23,7 @@ constexpr LShortText kShortTexts[] = {
     {kCmdHistory, "History"},
     {kCmdSilence, "Silence"},
     {kCmdSilenceAtCursor, "Insert Silence"},
+    {kCmdLoop, "Loop"},
     {kCmdGoToStart, "Start"},
     {kCmdGoToEnd, "End"},
     {kCmdGoToSelectionStart, "Selection Start"},

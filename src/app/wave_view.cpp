@@ -196,9 +196,25 @@ void LWaveView::UpdateAround(int64_t frame) {
     update(static_cast<int>(x) - 3, 0, 6, height());
 }
 
+void LWaveView::SetPlayLine(int64_t frame) {
+    const double before = PlayLineX();
+    playLine_ = frame;
+    const double now = PlayLineX();
+    if (before == now) return;
+    for (const double x : {before, now})
+        if (x > -kPlayLineWidth && x < width())
+            update(static_cast<int>(std::floor(x)) - 1, 0, static_cast<int>(kPlayLineWidth) + 3, height());
+}
+
+// In whole columns of the screen, far outside without one.
+double LWaveView::PlayLineX() const {
+    if (playLine_ < 0) return -1e6;
+    return std::clamp(static_cast<double>(CanvasX(playLine_)) / devicePixelRatioF(), -1e6, 1e6);
+}
+
 bool LWaveView::event(QEvent* event) {
     // Escape belongs to what is being drawn or dragged before any command of the frame.
-    if (event->type() == QEvent::ShortcutOverride && drag_ != Drag::kNone &&
+    if (event->type() == QEvent::ShortcutOverride && drag_ != Drag::kNone && drag_ != Drag::kScrub &&
         static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
         event->accept();
         return true;

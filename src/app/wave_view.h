@@ -25,6 +25,7 @@ class LWaveView final : public QWidget {
     Q_OBJECT
   public:
     static constexpr int kWorkerView = 0;  // its number with the worker
+    static constexpr double kPlayLineWidth = 2;
 
     LWaveView(LSoundDocumentRef document, LViewRange* range, LWaveColumnsWorker& worker, LEditHost& host,
               QWidget* parent);
@@ -47,6 +48,12 @@ class LWaveView final : public QWidget {
     int64_t Cursor() const { return cursor_; }
     // To a frame, which is brought into view; `extend`: the other end of the selection stays.
     void MoveCursor(int64_t frame, bool extend);
+    // The line where the sound is heard; -1: none. Cheap at every frame of the screen.
+    void SetPlayLine(int64_t frame);
+    int64_t PlayLine() const { return playLine_; }
+    // The mouse moves the sound that is heard instead of selecting.
+    void SetScrubbing(bool on);
+    bool IsDragging() const { return drag_ != Drag::kNone; }
     // The region at a frame, or from one bookmark or end of the sound to the next; no bookmark: everything.
     void SelectAround(int64_t frame);
     // Where an edge that is put at `frame` goes: the best place within a few pixels, as far as the user wants
@@ -85,6 +92,8 @@ class LWaveView final : public QWidget {
 
   Q_SIGNALS:
     void SelectionChanged();
+    void Clicked(qint64 frame);   // without a drag
+    void Scrubbed(qint64 frame);  // the mouse, while scrubbing
     void LevelsChanged();
     void SampleEditingChanged(bool on);
     void Hint(const QString& text);  // for the status bar
@@ -105,7 +114,7 @@ class LWaveView final : public QWidget {
     void changeEvent(QEvent* event) override;
 
   private:
-    enum class Drag : uint8_t { kNone, kSelect, kPencil };
+    enum class Drag : uint8_t { kNone, kSelect, kPencil, kScrub };
     struct Stroke {  // samples that are not in the sound yet, interleaved
         int64_t start = 0;
         std::vector<float> samples;
@@ -133,6 +142,8 @@ class LWaveView final : public QWidget {
     void PaintJoints(QPainter& painter, int from, int to);
     void PaintMarkers(QPainter& painter);
     void PaintCursor(QPainter& painter);
+    void PaintPlayLine(QPainter& painter);
+    double PlayLineX() const;
     bool IsDimmed(int channel) const;
     QColor Dimmed(const QColor& colour) const;
     LColumnGrid Grid() const { return {0, range_->Frames(), DeviceColumns()}; }
@@ -182,7 +193,8 @@ class LWaveView final : public QWidget {
     std::vector<int64_t> joints_;
     const std::vector<LMarker>* markers_ = nullptr;
 
-    int64_t anchor_ = 0, cursor_ = 0;
+    int64_t anchor_ = 0, cursor_ = 0, playLine_ = -1;
+    bool scrubbing_ = false;
     double verticalZoom_ = 1;
     bool showsDb_ = false, monoView_ = false, showsJoints_ = true;
     Drag drag_ = Drag::kNone;

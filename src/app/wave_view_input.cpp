@@ -2,6 +2,7 @@
 // Selecting in the wave view by mouse and keyboard.
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QCursor>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <algorithm>
@@ -132,8 +133,16 @@ int LWaveView::EdgeAt(double x) const {
 }
 
 void LWaveView::ShowHover(const QPointF& at) {
+    if (scrubbing_) return setCursor(Qt::ClosedHandCursor);
     if (sampleEditing_ && CanEditSamples()) return setCursor(Qt::CrossCursor);
     setCursor(EdgeAt(at.x()) != 0 ? Qt::SizeHorCursor : Qt::IBeamCursor);
+}
+
+void LWaveView::SetScrubbing(bool on) {
+    if (scrubbing_ == on) return;
+    scrubbing_ = on;
+    if (drag_ == Drag::kScrub) drag_ = Drag::kNone;
+    ShowHover(mapFromGlobal(QCursor::pos()));
 }
 
 void LWaveView::PressToSelect(double x, Qt::KeyboardModifiers modifiers) {
@@ -163,6 +172,10 @@ void LWaveView::mousePressEvent(QMouseEvent* event) {
     const bool third =
         lastDoubleClick_.isValid() && lastDoubleClick_.elapsed() < QApplication::doubleClickInterval();
     lastDoubleClick_.invalidate();
+    if (scrubbing_) {
+        drag_ = Drag::kScrub;
+        return Q_EMIT Scrubbed(range_->FrameAt(event->position().x(), width()));
+    }
     if (third) return SelectAll();
     if (sampleEditing_ && CanEditSamples()) return PressPencil(event->position());
     if (sampleEditing_) HintAtPencil();
@@ -172,6 +185,10 @@ void LWaveView::mousePressEvent(QMouseEvent* event) {
 void LWaveView::mouseMoveEvent(QMouseEvent* event) {
     if (drag_ == Drag::kNone || !(event->buttons() & Qt::LeftButton)) return ShowHover(event->position());
     if (drag_ == Drag::kPencil) return Draw(event->position());
+    if (drag_ == Drag::kScrub) {
+        const double x = std::clamp<double>(event->position().x(), 0, width());
+        return Q_EMIT Scrubbed(range_->FrameAt(x, width()));
+    }
     dragX_ = event->position().x();
     dragModifiers_ = event->modifiers();
     if (dragX_ < 0 || dragX_ > width()) {
@@ -208,10 +225,13 @@ void LWaveView::mouseReleaseEvent(QMouseEvent* event) {
         const int64_t frame = Snapped(range_->FrameAt(pressX_, width()), event->modifiers());
         Select(frame, frame);  // a click on an edge is a click
     }
+    const bool still = std::fabs(event->position().x() - pressX_) < kClickPixels;
+    if (drag == Drag::kSelect && still && !(event->modifiers() & Qt::ShiftModifier)) Q_EMIT Clicked(cursor_);
 }
 
 void LWaveView::mouseDoubleClickEvent(QMouseEvent* event) {
     if (event->button() != Qt::LeftButton) return;
+    if (scrubbing_) return mousePressEvent(event);
     if (sampleEditing_ && CanEditSamples()) return PressPencil(event->position());
     lastDoubleClick_.start();
     drag_ = Drag::kNone;

@@ -38,6 +38,7 @@ void LWaveView::paintEvent(QPaintEvent* event) {
     painter.drawImage(QPointF(0, 0), canvas_);
     PaintMarkers(painter);
     PaintCursor(painter);
+    PaintPlayLine(painter);
     TraceStart("waveform");
     if (!hasFocus()) return;
     QColor ring = WaveColours().focus;
@@ -360,6 +361,12 @@ void LWaveView::PaintCursor(QPainter& painter) {
     }
     const LStrip strip = StripOf(document_->editedChannel, Strips(), height());
     painter.fillRect(QRectF(at, strip.top, 1, strip.height), WaveColours().cursor);
+}
+
+void LWaveView::PaintPlayLine(QPainter& painter) {
+    const double x = PlayLineX();
+    if (x > -kPlayLineWidth && x < width())
+        painter.fillRect(QRectF(x, 0, kPlayLineWidth, height()), WaveColours().played);
 }
 
 }  // namespace ondarix

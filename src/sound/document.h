@@ -123,6 +123,8 @@ class LSoundDocument : public LDocumentState {
     // The state saved last, or the one loaded while the file is still there; false when it is the present
     // one.
     bool CanRevertToSaved();
+    // Of that state; null where there is none to go back to. Until the history changes.
+    const LSound* SavedSound() { return CanRevertToSaved() ? &SavedEntry()->sound : nullptr; }
     bool RevertToSaved();
     // To the state of a slot on either side, as the list of the history does.
     bool GoTo(int slot);
