@@ -11,8 +11,10 @@
 #include <algorithm>
 
 #include "app/desktop_theme.h"
+#include "app/mpris.h"
 #include "app/playback.h"
 #include "app/shortcuts.h"
+#include "app/sleep_inhibitor.h"
 #include "app/theme.h"
 #include "app/window_messages.h"
 #include "gen/settings.h"
@@ -49,6 +51,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     BuildMenus();
     BuildTools();
     BuildStatusBar();
+    BuildPlayer();
     connect(desktopClipboard_.get(), &LDesktopClipboard::Changed, this, &LMainFrame::RefreshActions);
     ConnectPlayback();
     RestorePlace();
@@ -70,6 +73,7 @@ void LMainFrame::AfterStartup() {
     diskTimer_.start(kDiskIntervalMs);
     ShowDisk();
     ShowRecentFiles();
+    StartPlayerServices();
 }
 
 void LMainFrame::RestorePlace() {

@@ -24,7 +24,11 @@
 
 namespace ondarix {
 
+class LClipIndicator;
 class LDesktopTheme;
+class LMpris;
+class LPlayerBar;
+class LSleepInhibitor;
 class LPlayback;
 
 // The one main window. Owns the open sounds, each in a window of its own inside. [ui]
@@ -69,6 +73,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void ShowTools(bool on);
     bool ShowsSidePanel() const;
     void ShowSidePanel(bool on);
+    bool ShowsPlayer() const;
+    void ShowPlayer(bool on);
     // Shows what the settings say now: keys, theme, looks of the views.
     void SettingsChanged();
     // The options dialog, at a page by its title; empty: the first.
@@ -128,6 +134,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     void BuildMenus();
     void BuildTools();
     void BuildStatusBar();
+    void BuildPlayer();
+    void StartPlayerServices();  // on the buses of the desktop
     void RestorePlace();
     void StorePlace() const;
     QMenu* ContextMenu();
@@ -177,6 +185,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     LToolTabs* tools_ = nullptr;
     QToolBar* toolBar_ = nullptr;
     QDockWidget* sidePanel_ = nullptr;
+    QToolBar* playerTools_ = nullptr;
+    LPlayerBar* playerBar_ = nullptr;
     QHash<int, QAction*> actions_;
     QActionGroup* themes_ = nullptr;
     QMenu* moreRecent_ = nullptr;
@@ -189,6 +199,8 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     std::unique_ptr<LMessageHost> messages_;
     std::unique_ptr<LDesktopTheme> desktopTheme_;
     std::unique_ptr<LPlayback> playback_;
+    std::unique_ptr<LMpris> mpris_;
+    std::unique_ptr<LSleepInhibitor> inhibitor_;
     std::unique_ptr<LDesktopClipboard> desktopClipboard_;
     std::vector<std::function<bool(int)>> helpers_;
     QHash<QString, QPointer<QDialog>> beside_;

@@ -144,6 +144,7 @@ void LMainFrame::RefreshChecks() {
     check(kCmdTabs, area_->ShowsTabs());
     check(kCmdHideTools, !ShowsTools());
     check(kCmdSidePanel, ShowsSidePanel());
+    check(kCmdPlayerBar, ShowsPlayer());
     LSoundWindow* sound = ActiveSound();
     check(kCmdSampleEditing, sound && sound->View().SampleEditing());
     check(kCmdMonoView, sound && sound->View().MonoView());

@@ -3,7 +3,10 @@
 #include "app/custom_keys.h"
 #include "app/frame_handlers.h"
 #include "app/options_dialog.h"
+#include "app/playback.h"
+#include "app/player_bar.h"
 #include "app/search_bar.h"
+#include "devices/device_list.h"
 
 namespace ondarix {
 namespace {
@@ -31,7 +34,14 @@ constexpr LCommandHandler kToolHandlers[] = {
 void LMainFrame::ShowOptions(const QString& page) {
     LOptionsDialog dialog(this);
     dialog.ShowPage(page);
-    connect(&dialog, &LOptionsDialog::Applied, this, &LMainFrame::SettingsChanged);
+    connect(&dialog, &LOptionsDialog::Applied, this, [this, device = ChosenOutputText()]() mutable {
+        SettingsChanged();
+        const QString now = ChosenOutputText();
+        if (now == device) return;
+        device = now;
+        playback_->DeviceChanged();
+        playerBar_->ShowSettings();
+    });
     dialog.exec();
 }
 

@@ -77,6 +77,7 @@ constexpr LCommandHandler kViewHandlers[] = {
     {kCmdThemeDark, ChooseTheme},
     {kCmdHideTools, [](LCommandCall& call) { call.frame.ShowTools(!call.frame.ShowsTools()); }},
     {kCmdSidePanel, [](LCommandCall& call) { call.frame.ShowSidePanel(!call.frame.ShowsSidePanel()); }},
+    {kCmdPlayerBar, [](LCommandCall& call) { call.frame.ShowPlayer(!call.frame.ShowsPlayer()); }},
     {kCmdTabs, [](LCommandCall& call) { call.frame.Area().ShowTabs(!call.frame.Area().ShowsTabs()); }},
     {kCmdTile, [](LCommandCall& call) { call.frame.Area().Tile(); }},
     {kCmdCascade, [](LCommandCall& call) { call.frame.Area().Cascade(); }},
