@@ -208,10 +208,10 @@ int64_t LSoundPlayer::GetPositionFrames() const {
 
 void LSoundPlayer::OnThreadNotify() {
     if (!device_.IsOpen()) return;
-    const bool failed = device_.GetStatus() != kDeviceGood;
-    if (feed_->finishedPending && (!suspended_ || failed)) {
+    if (device_.GetStatus() != kDeviceGood) return Stop();  // suspended or not
+    if (feed_->finishedPending && !suspended_) {
         const uint32_t run = run_;
-        if (!failed) ReportProgress();
+        ReportProgress();
         if (run == run_) Stop();
     } else if (feed_->progressPending.exchange(false)) {
         ReportProgress();

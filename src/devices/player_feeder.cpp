@@ -46,6 +46,7 @@ class LPlayDoneHandler final : public LBackgroundThread {
                 PutFirst(feeder_, feed_.feederBoosted, *this, feed_.doneHandlerBoosted);
         }
         feed_.sourceSpace.Set();  // a device that has failed is not waited for
+        if (feed_.device.GetStatus() != kDeviceGood) feed_.NotifyProgress();
     }
 
   private:
