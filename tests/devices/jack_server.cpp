@@ -8,6 +8,7 @@ namespace ondarix::test {
 namespace {
 
 constexpr int kReadyMs = 10'000;
+constexpr int kRecorderDelayMs = 200;
 constexpr const char* kSharedMemory = "/dev/shm";
 std::atomic<int> serversMade{0};
 
@@ -97,6 +98,8 @@ bool JackServer::StartRecording(const QString& wavPath, int channels) {
 }
 
 std::vector<float> JackServer::StopRecording() {
+    // What was played last is still on its way to the recorder, which drops what it has not got.
+    std::this_thread::sleep_for(std::chrono::milliseconds(kRecorderDelayMs));
     recorder_.Stop(SIGINT);
     return ReadFloatWav(recording_);
 }

@@ -27,7 +27,7 @@ class Jack : public testing::Test {
 };
 
 TEST_F(Jack, PlaysBitForBit) {
-    ASSERT_NO_FATAL_FAILURE(StartServer(kRate, 512, 4));
+    ASSERT_NO_FATAL_FAILURE(StartServer(kRate, 2048, 4));
     for (const int channels : {1, 2, 4}) {
         const int recorded = std::max(2, channels);
         ASSERT_TRUE(server_->StartRecording(Recording(), recorded));
@@ -150,15 +150,14 @@ TEST_F(Jack, ClientsWithPortsAreDevices) {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     const int before = changes;
     ServerProcess other;
-    ASSERT_TRUE(other.Start(
-        server_->Environment(), QStringLiteral("jack_capture"),
-        {QStringLiteral("--no-stdin"), QStringLiteral("-as"), QStringLiteral("-mc"), QStringLiteral("-jn"),
-         QStringLiteral("other"), QStringLiteral("-b"), QStringLiteral("FLOAT"), QStringLiteral("-f"),
-         QStringLiteral("wav"), QStringLiteral("-c"), QStringLiteral("2"), Recording()}));
+    ASSERT_TRUE(other.Start(server_->Environment(), QStringLiteral("jack_capture"),
+                            {QStringLiteral("--no-stdin"), QStringLiteral("-as"), QStringLiteral("-mc"),
+                             QStringLiteral("-b"), QStringLiteral("FLOAT"), QStringLiteral("-f"),
+                             QStringLiteral("wav"), QStringLiteral("-c"), QStringLiteral("2"), Recording()}));
     ASSERT_TRUE(WaitUntil(3000, [&] { return JackBackend().list(LDeviceDirection::kPlayback).size() == 2; }));
     EXPECT_TRUE(WaitUntil(1000, [&] { return changes > before; }));
     devices = JackBackend().list(LDeviceDirection::kPlayback);
-    EXPECT_EQ(devices[1].selection.id, QStringLiteral("other"));
+    EXPECT_EQ(devices[1].selection.id, QStringLiteral("jack_capture"));
     EXPECT_FALSE(devices[1].isDefault);
     ASSERT_TRUE(feeder_.Play(devices[1].selection, kRate, 2, 60 * kRate));
     ASSERT_TRUE(WaitUntil(3000, [&] { return feeder_.Device().PlayedFrames() > kRate; }));

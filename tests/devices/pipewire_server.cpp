@@ -5,6 +5,7 @@ namespace ondarix::test {
 namespace {
 
 constexpr int kReadyMs = 10'000;
+constexpr int kRecorderDelayMs = 200;
 // Of a message bus without any service that could be started by a name.
 constexpr const char* kBus =
     "<busconfig><type>session</type><listen>unix:path=%1/bus</listen><policy context=\"default\">"
@@ -114,6 +115,8 @@ bool PipeWireServer::StartRecording(const QString& wavPath, const QString& sink,
 }
 
 std::vector<float> PipeWireServer::StopRecording() {
+    // What was played last is still on its way to the recorder, which drops what it has not got.
+    std::this_thread::sleep_for(std::chrono::milliseconds(kRecorderDelayMs));
     recorder_.Stop(SIGINT);
     return ReadFloatWav(recording_);
 }
