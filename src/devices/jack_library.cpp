@@ -22,12 +22,12 @@ struct LJackCall {
     bool isLeft = false;
 };
 
-// The client library writes to sockets of a server that may have gone, and takes time that belongs to nobody
-// who waits for signals.
-void BlockSignals() {
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+// The client library writes to sockets of a server that may have gone.
+void BlockBrokenPipes() {
+    sigset_t pipes;
+    sigemptyset(&pipes);
+    sigaddset(&pipes, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipes, nullptr);
 }
 
 void EndJackCall(LJackCall& state) {
@@ -90,7 +90,7 @@ bool RunJackCall(std::function<void()> call, int ms) {
     const auto state = std::make_shared<LJackCall>();
     try {
         std::thread([state, call = std::move(call)]() mutable {
-            BlockSignals();
+            BlockBrokenPipes();
             call();
             call = nullptr;  // what it owns goes before anybody is told
             EndJackCall(*state);

@@ -194,6 +194,7 @@ class LPipeWireOutput final : public LOutput {
         const pw_stream_state before = state_;
         state_ = now;
         if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) Fail();
+        hasMoved_ = true;
         if (now == PW_STREAM_STATE_STREAMING) Arm(0);
         if (now == PW_STREAM_STATE_PAUSED && before == PW_STREAM_STATE_STREAMING) Arm(kMoveMs);
         session_.Signal();
@@ -205,7 +206,8 @@ class LPipeWireOutput final : public LOutput {
     }
 
     void Process();
-    int64_t DelayFrames();
+    int64_t DelayFrames(const pw_time& time) const;
+    void NoteCycle(const pw_time& time, uint32_t frames, LPlayQueue& queue);
 
     LPipeWireSession session_;
     pw_stream* stream_ = nullptr;
@@ -217,20 +219,30 @@ class LPipeWireOutput final : public LOutput {
     std::atomic<bool> hasFailed_{false};
     std::atomic<LPlayQueue*> queue_{nullptr};
 
-    // The graph's thread's: where its clock should be at the next cycle, 0: not known.
-    uint64_t nextTicks_ = 0;
+    std::atomic<bool> hasMoved_{true};  // the graph's clock may be another one than at the last cycle
+    // The graph's thread's: its clock at the last cycle, and how long that was, in units of pw_time::rate.
+    uint64_t lastTicks_ = 0;
+    double lastCycle_ = 0.0;
 };
 
+double SecondsOf(const spa_fraction& unit) { return static_cast<double>(unit.num) / unit.denom; }
+
 // From the next frame given to the ear, in frames of the stream.
-int64_t LPipeWireOutput::DelayFrames() {
-    pw_time time{};
-    if (PipeWire()->streamTime(stream_, &time, sizeof time) != 0 || time.rate.denom == 0) return 0;
-    const double second = static_cast<double>(time.rate.num) / time.rate.denom;
+int64_t LPipeWireOutput::DelayFrames(const pw_time& time) const {
     const int64_t sinceNs = std::clamp<int64_t>(NowNs() - time.now, 0, kNsInSecond);
     const double delay =
-        static_cast<double>(time.delay) * second - static_cast<double>(sinceNs) / kNsInSecond;
+        static_cast<double>(time.delay) * SecondsOf(time.rate) - static_cast<double>(sinceNs) / kNsInSecond;
     return static_cast<int64_t>(delay * format_.sampleRate) +
            static_cast<int64_t>(time.queued + time.buffered);
+}
+
+// The server tells of cycles that went by without this stream only by the time that they took. With a
+// resampler between, cycles are not all alike.
+void LPipeWireOutput::NoteCycle(const pw_time& time, uint32_t frames, LPlayQueue& queue) {
+    const auto passed = static_cast<double>(time.ticks - lastTicks_);
+    if (!hasMoved_.exchange(false) && passed > 1.5 * lastCycle_) queue.CountGap();
+    lastTicks_ = time.ticks;
+    lastCycle_ = frames / (SecondsOf(time.rate) * format_.sampleRate);
 }
 
 void LPipeWireOutput::Process() {
@@ -241,11 +253,17 @@ void LPipeWireOutput::Process() {
     const auto stride = static_cast<uint32_t>(format_.FrameBytes());
     uint32_t frames = data.maxsize / stride;
     if (buffer->requested > 0) frames = std::min(frames, static_cast<uint32_t>(buffer->requested));
+    pw_time time{};
     LPlayQueue* const queue = queue_;
-    if (data.data && queue)
-        queue->Take(static_cast<float*>(data.data), static_cast<int32_t>(frames), DelayFrames() + frames);
-    else
-        frames = 0;
+    if (!data.data || !queue || PipeWire()->streamTime(stream_, &time, sizeof time) != 0) frames = 0;
+    if (frames > 0) {
+        const bool hasClock = time.rate.num > 0 && time.rate.denom > 0;
+        const int64_t delay = hasClock ? DelayFrames(time) : 0;
+        const int32_t taken =
+            queue->Take(static_cast<float*>(data.data), static_cast<int32_t>(frames), delay + frames);
+        if (!hasClock || taken == 0) hasMoved_ = true;
+        if (hasClock) NoteCycle(time, frames, *queue);
+    }
     data.chunk->offset = 0;
     data.chunk->stride = static_cast<int32_t>(stride);
     data.chunk->size = frames * stride;

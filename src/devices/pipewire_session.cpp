@@ -7,6 +7,8 @@
 #include <QJsonObject>
 #include <algorithm>
 
+#include "devices/output.h"
+
 namespace ondarix {
 namespace {
 
@@ -38,7 +40,9 @@ bool LPipeWireSession::Connect() {
     if (!loop_) {
         loop_ = pipewire->loopNew("ondarix-pw", nullptr);
         if (!loop_) return false;
-        auto* const properties = pipewire->propertiesNew(PW_KEY_CONFIG_NAME, kClientConfiguration, nullptr);
+        auto* const properties = pipewire->propertiesNew(
+            PW_KEY_CONFIG_NAME, kClientConfiguration, PW_KEY_APP_NAME, kClientName, PW_KEY_APP_ID,
+            kApplicationId, PW_KEY_APP_ICON_NAME, kApplicationId, nullptr);
         context_ = pipewire->contextNew(pipewire->loopLoop(loop_), properties, 0);
         if (!context_ || pipewire->loopStart(loop_) != 0) return false;
     }

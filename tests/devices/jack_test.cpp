@@ -67,6 +67,15 @@ TEST_F(Jack, APauseLosesNothingAndThePositionIsWhatWasHeard) {
     EXPECT_EQ(device.PlayedFrames(), feeder_.Length());
 }
 
+TEST_F(Jack, MissedCyclesAreCounted) {
+    ASSERT_NO_FATAL_FAILURE(StartServer());
+    ASSERT_TRUE(feeder_.Play(kDefault, kRate, 2, 60 * kRate));
+    ASSERT_TRUE(WaitUntil(3000, [&] { return feeder_.Device().PlayedFrames() > kRate / 2; }));
+    StallThreads();
+    EXPECT_TRUE(WaitUntil(1000, [&] { return feeder_.Device().Gaps() > 0; }));
+    EXPECT_EQ(feeder_.Device().GetStatus(), kDeviceGood);
+}
+
 TEST_F(Jack, MoreChannelsThanPortsAreMixedDown) {
     ASSERT_NO_FATAL_FAILURE(StartServer());
     for (const int channels : {10, 33, 255}) {

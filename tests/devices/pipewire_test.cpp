@@ -67,6 +67,14 @@ TEST_F(PipeWireServers, APauseLosesNothingAndThePositionIsWhatWasHeard) {
     EXPECT_EQ(device.PlayedFrames(), feeder_.Length());
 }
 
+TEST_F(PipeWireServers, MissedCyclesAreCounted) {
+    ASSERT_TRUE(feeder_.Play(kDefaultNode, kGraphRate, 2, 60 * kGraphRate));
+    ASSERT_TRUE(WaitUntil(3000, [&] { return feeder_.Device().PlayedFrames() > kGraphRate / 2; }));
+    StallThreads();
+    EXPECT_TRUE(WaitUntil(1000, [&] { return feeder_.Device().Gaps() > 0; }));
+    EXPECT_EQ(feeder_.Device().GetStatus(), kDeviceGood);
+}
+
 TEST_F(PipeWireServers, OtherRatesAndManyChannelsPlay) {
     const struct {
         int rate, channels;

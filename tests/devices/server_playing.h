@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Plays noise through a device and finds it again in what a server's own recorder has written.
 #pragma once
+#include <sys/syscall.h>
+
+#include <QDir>
 #include <algorithm>
 #include <atomic>
 #include <thread>
@@ -129,6 +132,20 @@ inline float LargestSample(const std::vector<float>& samples) {
     float largest = 0.0f;
     for (const float sample : samples) largest = std::max(largest, std::abs(sample));
     return largest;
+}
+
+// Holds this thread, and then all others that have no name of their own, for a tenth of a second: those of
+// client libraries among them, as on a machine that is too busy.
+inline void StallThreads() {
+    ::signal(SIGUSR1, [](int) { ::usleep(100'000); });
+    const auto nameOf = [](const QString& task) {
+        QFile name(task + QStringLiteral("/comm"));
+        return name.open(QIODevice::ReadOnly) ? name.readAll() : QByteArray();
+    };
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        if (nameOf(tasks.filePath(task)) == nameOf(QStringLiteral("/proc/self")))
+            ::syscall(SYS_tgkill, ::getpid(), task.toInt(), SIGUSR1);
 }
 
 inline int64_t MsSince(std::chrono::steady_clock::time_point begin) {
