@@ -14,6 +14,16 @@ constexpr LOptionRow kInfoOptions[] = {
 constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kProgressOption};
 constexpr LOptionRow kEditOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kHistoryOption,
                                        kProgressOption};
+constexpr LOptionRow kPlayOptions[] = {
+    {"--from", "POSITION", "begin there, not at the start"},
+    {"--to", "POSITION", "end there, not at the end"},
+    {"--speed", "FACTOR", "0.1 to 5; the pitch stays"},
+    {"--tape", "", "let the pitch follow the speed, as a tape does"},
+    {"--loop", "TIMES", "so many passes, or \"forever\""},
+    {"--device", "NAME", "where to, not to the device that the editor plays on"},
+    {"--volume", "DB", "whole decibels, -127 (silence) to 0"},
+    {"--progress", "", "show the time on the terminal"},
+};
 
 constexpr const char* kInfoDetails =
     "Only headers are read, unless --level is given. Every file is looked at, also after one that\n"
@@ -22,6 +32,16 @@ constexpr const char* kConvertDetails =
     "The extension of OUT chooses the kind of file. Without --bits the samples keep the coding that they\n"
     "have in IN where OUT can hold it, and become 16-bit PCM otherwise. OUT is replaced when it exists;\n"
     "it appears under its name only when it is complete, and may be IN itself.\n";
+constexpr const char* kPlayDetails =
+    "Ends when the last frame has been heard. A file that still grows is played as it grows. Positions are\n"
+    "frames or times: 12345, 1.5s, 250ms, 1:02.5, end-10s. NAME is a device as \"ondarix-cli devices\" lists "
+    "it,\n"
+    "its name or id alone, a sound system (pipewire, pulseaudio, jack, alsa: its default), null for none, "
+    "or\n"
+    "file:PATH for a file of raw 32-bit floats, which is written as fast as it would have been played.\n";
+constexpr const char* kDevicesDetails =
+    "A \">\" stands before the output that the editor plays on. With --json it is also told which sound\n"
+    "systems answer; a rate or number of channels of 0 is not known before the device is opened.\n";
 constexpr const char* kCacheCleanDetails =
     "MODE is one of\n"
     "  disk-pressure (1)  by free space only: everything, or what was not used for an hour, a day, 28 days\n"
@@ -42,6 +62,8 @@ constexpr LCommandRow kCommands[] = {
     {"edit", "IN OUT OPERATION...", "Cut, join and split a sound, and save the result", kEditDetails,
      kEditOptions, 3, kAnyNumber, &RunEdit, &EditOperations},
     {"formats", "", "List the kinds of files that can be opened and saved", "", {}, 0, 0, &RunFormats},
+    {"play", "FILE", "Play a sound file", kPlayDetails, kPlayOptions, 1, 1, &RunPlay},
+    {"devices", "", "List the sound devices", kDevicesDetails, {}, 0, 0, &RunDevices},
     {"cache list", "", "List the editor's working files", "", {}, 0, 0, &RunCacheList},
     {"cache clean",
      "MODE",

@@ -5,7 +5,7 @@ namespace ondarix {
 
 ExitStatus RunConvert(const LArguments& arguments, LContext& context) {
     return RewriteSound(arguments, context,
-                        [](LLoadedSound&, const LOutput&) { return ExitStatus::kSuccess; });
+                        [](LLoadedSound&, const LOutputFile&) { return ExitStatus::kSuccess; });
 }
 
 }  // namespace ondarix

@@ -90,7 +90,7 @@ ExitStatus RunEdit(const LArguments& arguments, LContext& context) {
     const std::vector<LEditStep> steps = ParseSteps(arguments.operands.mid(2), error);
     if (!error.isEmpty()) return context.console.Fail("edit: " + error, ExitStatus::kUsage);
     QString history;
-    const auto change = [&](LLoadedSound& loaded, const LOutput& output) {
+    const auto change = [&](LLoadedSound& loaded, const LOutputFile& output) {
         LEditSession session(context, loaded, arguments.operands[0], output);
         ExitStatus status = ApplySteps(steps, session);
         if (status != ExitStatus::kSuccess) return status;

@@ -55,7 +55,7 @@ int LCommandLineHost::Ask(const QString& title, const QString& text, const QStri
 }
 
 LEditSession::LEditSession(LContext& runContext, LLoadedSound& loaded, const QString& input,
-                           const LOutput& output)
+                           const LOutputFile& output)
     : context(runContext), document(new LSoundDocument), host(runContext, output.noClobber), output_(output) {
     document->sound = std::move(loaded.sound);
     document->bookmarks = std::move(loaded.bookmarks);

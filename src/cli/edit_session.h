@@ -35,7 +35,7 @@ class LCommandLineHost final : public LEditHost, private LMessageHost {
 class LEditSession {
   public:
     // The document takes `loaded` over.
-    LEditSession(LContext& context, LLoadedSound& loaded, const QString& input, const LOutput& output);
+    LEditSession(LContext& context, LLoadedSound& loaded, const QString& input, const LOutputFile& output);
 
     LSoundDocument& Doc() { return *document; }
     // Remembers why a step cannot be done.
@@ -74,7 +74,7 @@ class LEditSession {
     };
 
     QString fault_;
-    const LOutput& output_;
+    const LOutputFile& output_;
     QSet<QString> taken_;  // paths of files, without case
     std::vector<LFiles> files_;
 };

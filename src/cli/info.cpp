@@ -28,19 +28,6 @@ struct LFileFacts {
     LLevels levels;
 };
 
-QString SourceErrorText(uint8_t error) {
-    switch (error) {
-        case kSourceCannotOpen:
-            return "cannot be opened";
-        case kSourceUnsupported:
-            return "has a coding that is not supported";
-        case kSourceRefused:
-            return "has a coding that is refused";
-        default:
-            return "is no sound file that can be read";
-    }
-}
-
 QString WavCodingText(const LWavHeader& header) {
     if (const LCoding* coding = FindCoding(header.tag, header.bits)) return coding->text;
     if (header.tag == 1) return QString("PCM %1-bit").arg(header.bits);
@@ -68,10 +55,9 @@ QString Describe(const QString& path, bool measure, LContext& context, LFileFact
     const QFileInfo info(path);
     facts.path = path;
     facts.bytes = info.size();
-    if (!info.exists()) return QString("File Not Found: \"%1\".").arg(path);
-    if (!info.isFile()) return QString("\"%1\" is not a regular file").arg(path);
-    LSoundSourceRef source = OpenSoundSource(path, context.progress);
-    if (!source.IsUsable()) return QString("\"%1\" %2").arg(path, SourceErrorText(source->error));
+    QString fault;
+    LSoundSourceRef source = OpenFile(path, context, fault);
+    if (!fault.isEmpty()) return fault;
     facts.format = source->Format();
     facts.isGrowing = source->IsGrowing();
     facts.frames = source->GetLength();

@@ -38,6 +38,19 @@ const LCoding& CodingOfInput(const QString& input, const LSound& sound) {
     return coding ? *coding : *FindCoding("16");
 }
 
+const char* SourceErrorText(uint8_t error) {
+    switch (error) {
+        case kSourceCannotOpen:
+            return "cannot be opened";
+        case kSourceUnsupported:
+            return "has a coding that is not supported";
+        case kSourceRefused:
+            return "has a coding that is refused";
+        default:
+            return "is no sound file that can be read";
+    }
+}
+
 }  // namespace
 
 const LCoding* FindCoding(const QString& name) {
@@ -51,6 +64,21 @@ const LCoding* FindCoding(uint16_t tag, uint16_t bits) {
         return coding.tag == tag && coding.bits == bits;
     });
     return found == std::end(kCodings) ? nullptr : found;
+}
+
+LSoundSourceRef OpenFile(const QString& path, LContext& context, QString& fault) {
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        fault = QString("File Not Found: \"%1\".").arg(path);
+        return {};
+    }
+    if (!info.isFile()) {
+        fault = QString("\"%1\" is not a regular file").arg(path);
+        return {};
+    }
+    LSoundSourceRef source = OpenSoundSource(path, context.progress);
+    if (!source.IsUsable()) fault = QString("\"%1\" %2").arg(path, SourceErrorText(source->error));
+    return source;
 }
 
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded) {
@@ -75,7 +103,7 @@ class LWorkingFolder {
     bool open_;
 };
 
-ExitStatus CheckOutput(const LArguments& arguments, LContext& context, bool mayBeNone, LOutput& output) {
+ExitStatus CheckOutput(const LArguments& arguments, LContext& context, bool mayBeNone, LOutputFile& output) {
     LConsole& console = context.console;
     output.path = arguments.operands[1];
     output.noClobber = arguments.Has(kNoClobberOption.name);
@@ -112,7 +140,7 @@ ExitStatus CheckOutput(const LArguments& arguments, LContext& context, bool mayB
 }
 
 // Loads the sound that is to be saved, and settles the coding where none was asked for.
-ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutput& output) {
+ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loaded, LOutputFile& output) {
     const ExitStatus status = LoadFile(path, context, loaded);
     if (status != ExitStatus::kSuccess) return status;
     context.console.Result()["input"] = path;
@@ -120,7 +148,7 @@ ExitStatus LoadInput(const QString& path, LContext& context, LLoadedSound& loade
     return status;
 }
 
-ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& context) {
+ExitStatus SaveFile(LLoadedSound& loaded, const LOutputFile& output, LContext& context) {
     if (output.noClobber && QFileInfo::exists(output.path)) {
         return context.console.Fail(QString("\"%1\" exists").arg(output.path));
     }
@@ -154,7 +182,7 @@ ExitStatus SaveFile(LLoadedSound& loaded, const LOutput& output, LContext& conte
 
 ExitStatus RewriteSound(const LArguments& arguments, LContext& context, const LSoundChange& change,
                         bool mayBeNone) {
-    LOutput output;
+    LOutputFile output;
     ExitStatus status = CheckOutput(arguments, context, mayBeNone, output);
     if (status != ExitStatus::kSuccess) return status;
     const LWorkingFolder folder;

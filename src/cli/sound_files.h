@@ -26,17 +26,20 @@ struct LCoding {
 const LCoding* FindCoding(const QString& name);
 const LCoding* FindCoding(uint16_t tag, uint16_t bits);
 
+// Opens a file to read it as it stands, without working files, also while it grows. Why not in `fault`, which
+// is empty where it could be opened.
+LSoundSourceRef OpenFile(const QString& path, LContext& context, QString& fault);
 ExitStatus LoadFile(const QString& path, LContext& context, LLoadedSound& loaded);
 
 // Where a sound goes and how, checked before any work is done.
-struct LOutput {
+struct LOutputFile {
     QString path;                     // "-": nowhere
     const LCoding* coding = nullptr;  // that of the input where none is asked for; known once it is loaded
     bool noClobber = false;
     bool noShaping = false;
     bool IsNone() const { return path == "-"; }
 };
-using LSoundChange = std::function<ExitStatus(LLoadedSound&, const LOutput&)>;
+using LSoundChange = std::function<ExitStatus(LLoadedSound&, const LOutputFile&)>;
 
 // What the commands with IN and OUT do: checks OUT before any work is done, loads IN with its bookmarks into
 // a private folder, lets `change` at the sound, saves it in the coding asked for or the one that it had, the
