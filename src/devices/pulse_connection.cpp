@@ -10,7 +10,6 @@ namespace ondarix {
 namespace {
 
 constexpr const char* kPulseThreadName = "ondarix-pulse";
-constexpr const char* kIconName = "works.vellmark.Ondarix";  // of the desktop entry
 
 // Nothing, silently, where the system does not grant it.
 void AskForRealTime() {
@@ -31,7 +30,7 @@ bool LPulseConnection::Begin() {
     pa_proplist* properties = api_.pa_proplist_new();
     api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, kClientName);
     api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, kApplicationId);
-    api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, kIconName);
+    api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_ICON_NAME, kApplicationId);
     api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_VERSION, ONDARIX_VERSION);
     context_ =
         api_.pa_context_new_with_proplist(api_.pa_threaded_mainloop_get_api(loop_), kClientName, properties);

@@ -36,20 +36,6 @@ std::vector<float> FloatsOf(const QByteArray& bytes, int sampleBytes,
     return samples;
 }
 
-void ExpectExact(const LPlayLog& log, const std::vector<float>& recorded, int rate, int channels,
-                 int64_t frames) {
-    EXPECT_TRUE(log.opened);
-    EXPECT_TRUE(log.drained);
-    EXPECT_TRUE(log.monotonic);
-    EXPECT_EQ(log.played, frames);
-    EXPECT_EQ(log.gaps, 0u);
-    EXPECT_EQ(log.status, kDeviceGood);
-    const int64_t first = rate / 10, sound = frames - first;
-    const int64_t at = FindNoise(recorded, channels, first, ExactValue);
-    ASSERT_GE(at, 0) << "not heard, " << recorded.size() << " samples recorded";
-    EXPECT_EQ(MatchingFrames(recorded, channels, at, first, sound, ExactValue), sound);
-}
-
 struct LSampleForm {
     const char* name;
     int bytes;
@@ -70,7 +56,7 @@ TEST_P(AlsaFormat, SixteenBitsComeOutAsTheyWentIn) {
         if (const float value = std::nearbyint(sample * 32767.0f) * kPcm16Step;
             std::abs(value - sample) < 0.5f / 8388607.0f)
             sample = value;
-    ExpectExact(log, recorded, 48000, 2, 48000);
+    ExpectWholeAndExact(log, recorded, 48000, 2, 48000);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AlsaFormat,

@@ -5,6 +5,7 @@
 #include <QThread>
 
 #include "dsp/sample_convert.h"
+#include "gtest/gtest.h"
 
 namespace ondarix::test {
 namespace {
@@ -90,6 +91,23 @@ int64_t FindNoise(const std::vector<float>& recorded, int channels, int64_t firs
     for (int64_t at = 0; at + kSyncFrames <= have; ++at)
         if (MatchingFrames(recorded, channels, at, first, kSyncFrames, value) == kSyncFrames) return at;
     return -1;
+}
+
+int64_t ExpectWholeAndExact(const LPlayLog& log, const std::vector<float>& recorded, int rate, int channels,
+                            int64_t frames) {
+    EXPECT_TRUE(log.opened);
+    EXPECT_TRUE(log.drained);
+    EXPECT_TRUE(log.monotonic);
+    EXPECT_EQ(log.played, frames);
+    EXPECT_EQ(log.gaps, 0u);
+    EXPECT_EQ(log.status, kDeviceGood);
+    const int64_t first = rate / 10, sound = frames - first;
+    const int64_t at = FindNoise(recorded, channels, first, ExactValue);
+    EXPECT_GE(at, 0) << "not heard, " << recorded.size() << " samples recorded";
+    if (at >= 0) {
+        EXPECT_EQ(MatchingFrames(recorded, channels, at, first, sound, ExactValue), sound);
+    }
+    return at;
 }
 
 }  // namespace ondarix::test

@@ -46,5 +46,8 @@ int64_t FindNoise(const std::vector<float>& recorded, int channels, int64_t firs
 int64_t MatchingFrames(const std::vector<float>& recorded, int channels, int64_t at, int64_t first,
                        int64_t frames, const LRecordedValue& value);
 float ExactValue(int64_t frame, int channel);  // as it was played
+// All of it was played without a gap, and lies in the recording bit for bit. Where that begins, or -1.
+int64_t ExpectWholeAndExact(const LPlayLog& log, const std::vector<float>& recorded, int rate, int channels,
+                            int64_t frames);
 
 }  // namespace ondarix::test

@@ -140,8 +140,10 @@ bool LPulseServer::Start(const QStringList& sinks) {
                              QStringLiteral("--use-pid-file=no"),
                              QStringLiteral("--realtime=no"),
                              QStringLiteral("--high-priority=no")};
+    // Else an idle null sink runs two seconds ahead, which what begins then has to wait for.
     for (const QString& sink : sinks)
-        arguments << QStringLiteral("-L") << QStringLiteral("module-null-sink format=float32le ") + sink;
+        arguments << QStringLiteral("-L")
+                  << QStringLiteral("module-null-sink norewinds=1 format=float32le ") + sink;
     arguments << QStringLiteral("-L")
               << QStringLiteral("module-native-protocol-unix auth-anonymous=1 socket=%1")
                      .arg(Path(QStringLiteral("pulse/native")));
@@ -152,19 +154,32 @@ bool LPulseServer::Start(const QStringList& sinks) {
            WaitUntil([this] { return !Control({QStringLiteral("info")}).isEmpty(); }, kReadyMs);
 }
 
-bool LPulseRecorder::Start(const QString& source, int rate, int channels) {
+bool LPulseRecorder::Start(const QString& source, int rate, int channels, const QString& channelMap) {
     file_ = server_.Path(QStringLiteral("recorded-%1.f32").arg(source));
+    channels_ = channels;
     QFile::remove(file_);
-    const QStringList arguments = {QStringLiteral("-d"),
-                                   source,
-                                   QStringLiteral("--raw"),
-                                   QStringLiteral("--format=float32le"),
-                                   QStringLiteral("--rate=%1").arg(rate),
-                                   QStringLiteral("--channels=%1").arg(channels),
-                                   QStringLiteral("--latency-msec=20"),
-                                   file_};
+    QStringList arguments = {QStringLiteral("-d"),
+                             source,
+                             QStringLiteral("--raw"),
+                             QStringLiteral("--format=float32le"),
+                             QStringLiteral("--rate=%1").arg(rate),
+                             QStringLiteral("--channels=%1").arg(channels),
+                             QStringLiteral("--latency-msec=20"),
+                             file_};
+    if (!channelMap.isEmpty()) arguments << QStringLiteral("--channel-map=") + channelMap;
     return LHelperProcess::Start(QStringLiteral("parec"), arguments, server_.Environment()) &&
-           WaitUntil([this] { return QFile(file_).size() > 0; }, kReadyMs);
+           WaitUntil(
+               [this] {
+                   return !server_
+                               .Control({QStringLiteral("list"), QStringLiteral("short"),
+                                         QStringLiteral("source-outputs")})
+                               .isEmpty();
+               },
+               kReadyMs);
+}
+
+int64_t LPulseRecorder::Frames() const {
+    return QFile(file_).size() / static_cast<int64_t>(sizeof(float)) / channels_;
 }
 
 std::vector<float> LPulseRecorder::Samples() const {

@@ -78,14 +78,16 @@ class LPulseRecorder : public LHelperProcess {
   public:
     explicit LPulseRecorder(const LPulseServer& server) : server_(server) {}
     ~LPulseRecorder() override { LHelperProcess::Stop(); }
-    // True when it has begun to record.
-    bool Start(const QString& source, int rate, int channels);
+    // True when it is connected. One recorder at a time.
+    bool Start(const QString& source, int rate, int channels, const QString& channelMap = {});
     // All that was recorded, interleaved; it goes on.
     std::vector<float> Samples() const;
+    int64_t Frames() const;  // recorded so far
 
   private:
     const LPulseServer& server_;
     QString file_;
+    int channels_ = 1;
 };
 
 // A configuration file for the ALSA library with PCMs that need no sound card. "nul" takes everything at
