@@ -48,6 +48,7 @@ bool LSoundPlayer::Play(LSoundSourceRef source) {
     Stop();
     starting_ = false;
     if (source.IsEmpty() || !source.IsUsable()) return Fail(kDeviceNoChannels);
+    if (!source->Format().IsValid()) return Fail(kDeviceRateUnsupported);
     tap_.Reset();
     limited_ = limiterEnabled_;
     if (!OpenDevice(source)) return Fail(device_.GetStatus());

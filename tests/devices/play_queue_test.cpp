@@ -75,7 +75,7 @@ TEST(PlayQueue, TakingBackLosesAndRepeatsNothingWhileItIsTaken) {
         }
     });
     CountingSource source(3);
-    for (int turn = 0; taken < 400'000; ++turn) {
+    for (int turn = 0; taken < 150'000; ++turn) {
         if (queue.HasFreeBlock()) queue.Write(source, 1 + turn * 31 % 512);
         if (turn % 5 == 0) source.Seek(source.GetPosition() - queue.Drop(turn % 64));
     }
