@@ -17,7 +17,7 @@ constexpr LCommandRow kControlRows[] = {
     {kCmdLoop, kIn, 0, "&Loop Playback", "loop", "", kNothing, kCheckable | kInToolbar, kPlayback},
     {kCmdRewind, kIn, 0, "&Rewind", "rewind", "", kContent, kCheckable, kPlayback},
     {kCmdForward, kIn, 0, "Fast For&ward", "forward", "", kContent, kCheckable, kPlayback},
-    {kCmdScrub, kIn, 0, "Scru&b", "scrub", "F6", kContent, kCheckable | kInToolbar, kPlayback},
+    {kCmdScrub, kIn, 0, "Scrub", "scrub", "F6", kContent, kCheckable | kInToolbar, kPlayback},
     {kCmdScrubBack, kIn, 0, "Scrub Back", "", "Ctrl+,", kContent, kPlain, kPlayback},
     {kCmdScrubForward, kIn, 0, "Scrub Forward", "", "Ctrl+.", kContent, kPlain, kPlayback},
     {kCmdGoToStart, kIn, 0, "&Go To Start", "gotostart", "Home", kSound,

@@ -15,9 +15,7 @@ void LMainFrame::ConnectPlayback() {
 }
 
 void LMainFrame::ConnectPlayback(LSoundWindow& window) {
-    connect(&window, &LSoundWindow::Closed, playback_.get(), [this, &window] {
-        if (playback_->Holds(window)) playback_->Stop();
-    });
+    connect(&window, &LSoundWindow::Closed, playback_.get(), [this, &window] { playback_->Forget(window); });
     connect(&window.View(), &LWaveView::Clicked, playback_.get(), [this, &window](qint64 frame) {
         if (playback_->Holds(window)) playback_->SeekByClick(frame);
     });
@@ -41,8 +39,8 @@ void LMainFrame::ShowPlayChecks() {
     check(kCmdRewind, playback_->Manner() == LPlayManner::kRewind);
     check(kCmdForward, playback_->Manner() == LPlayManner::kForward);
     check(kCmdScrub, playback_->Manner() == LPlayManner::kScrub);
-    for (int index = 0; index < kPlaySpeeds; ++index)
-        check(SpeedCommand(index), playback_->SpeedIndex() == index);
+    const int chosen = playback_->SpeedIndex();
+    for (int index = 0; index < kPlaySpeeds; ++index) check(SpeedCommand(index), index == chosen);
 }
 
 void LMainFrame::ShowHeard() {

@@ -194,6 +194,11 @@ void LPlayback::Stop() {
     Finish(true);
 }
 
+void LPlayback::Forget(LSoundWindow& sound) {
+    if (Holds(sound)) Stop();
+    if (last_.sound == &sound) last_ = {};
+}
+
 void LPlayback::Seek(int64_t frame) {
     if (manner_ == LPlayManner::kScrub) return ScrubTo(frame);
     if (manner_ != LPlayManner::kPlain) SetManner(LPlayManner::kPlain);

@@ -50,6 +50,7 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     bool PlayAgain();  // what was played last, from its beginning
     bool Pause();      // the cursor goes to what is heard, where nothing is selected
     bool Resume();
+    void Forget(LSoundWindow& sound);  // that is closed: it is not played any more
     void Stop();  // the cursor goes back to where it was before, unless something else has moved it since
     // Outside of what plays: from there to the end of the sound.
     void Seek(int64_t frame);
