@@ -8,12 +8,12 @@
 namespace ondarix {
 namespace {
 
-constexpr int kOpenPcmMs = 900;
+constexpr int kOpenPcmMs = 800;
 constexpr int kClosePcmMs = 700;
 
 // One that hangs in the library is waited for, and freed, elsewhere.
-void LetGoOf(std::unique_ptr<LAlsaStream> stream) {
-    if (stream->LetGo(kClosePcmMs)) return;
+void LetGoOf(std::unique_ptr<LAlsaStream> stream, int ms) {
+    if (stream->LetGo(ms)) return;
     LAlsaStream* hanging = stream.release();
     try {
         std::thread([hanging] { delete hanging; }).detach();
@@ -29,7 +29,7 @@ LDeviceStatus LAlsaOutput::Open(const LDeviceSelection& selection, LOutputSetup&
     if (!api) return kDeviceNoLibrary;
     stream_ = std::make_unique<LAlsaStream>(*api, selection.id, setup.format);
     if (!stream_->LBackgroundThread::Start() || !stream_->WaitOpened(kOpenPcmMs)) {
-        Close();
+        LetGoOf(std::move(stream_), 0);
         return kDeviceRefused;
     }
     const LDeviceStatus status = stream_->Status();
@@ -51,7 +51,7 @@ void LAlsaOutput::Flush() {
 }
 
 void LAlsaOutput::Close() {
-    if (stream_) LetGoOf(std::move(stream_));
+    if (stream_) LetGoOf(std::move(stream_), kClosePcmMs);
 }
 
 int32_t LAlsaOutput::PreferredRate(int32_t rate) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/alsa_pcm.h"
 
+#include <QByteArrayList>
 #include <algorithm>
 #include <array>
 #include <cerrno>
