@@ -9,6 +9,7 @@ namespace ondarix {
 namespace {
 
 constexpr int kYieldMs = 5;
+constexpr int kHurryMs = 50;  // with less queued than this the feeder does not yield
 constexpr int kWaitForSpaceMs = 1000;
 constexpr int kWaitForGrowthMs = 10;  // with the lock, which a caller may want
 
@@ -122,8 +123,9 @@ void LPlayFeeder::WriteBlock(int32_t frames, LBackgroundThread& doneHandler, Gua
         feed_.nextFrame += source.GetPosition() - before;  // a block of the device may be shorter
         if (!growing && source.GetPosition() >= source.GetLength()) feed_.device.MarkEnd(true);
         feed_.feeding.Set();
+        const bool hurry = feed_.device.QueuedFrames() < int64_t{feed_.device.Rate()} * kHurryMs / 1000;
         guard.unlock();
-        Sleep(kYieldMs);
+        if (!hurry) Sleep(kYieldMs);
         return;
     }
     feed_.missedBlocks = 0;

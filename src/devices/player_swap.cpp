@@ -37,23 +37,18 @@ bool LSoundPlayer::SwapSource(LSoundSourceRef source, double scale) {
 void LSoundPlayer::PlaceSource(int64_t dropped) {
     LPlayFeed& feed = *feed_;
     LSoundSource& top = *feed.stack.top;
+    const double perFrame = static_cast<double>(givenRate_) / device_.Rate();
+    const double exact = static_cast<double>(oldMap_.ToGiven(feed.nextFrame)) * scale_;
     const bool same = scale_ == 1.0 && givenRate_ == oldRate_;
-    map_ = oldMap_;
-    int64_t place = suspendPosition_ - dropped;
-    if (!same) {
-        const auto old = static_cast<double>(oldMap_.ToGiven(feed.nextFrame));
-        const int64_t given = std::llround(old * scale_);
-        map_.Continue(feed.nextFrame, given, givenRate_, scale_);
-        place = map_.ToDeviceRate(given);
-    }
+    // Rounded once: half a frame of the device off at most.
+    const int64_t place = same ? suspendPosition_ - dropped : std::llround(exact / perFrame);
     const uint32_t tapPlace = tap_.Place();
     top.Seek(place);
     tap_.Return(tapPlace);
-    if (const int64_t real = top.GetPosition(); real != place) {  // at its end, or not to be moved
-        map_ = oldMap_;
-        map_.Continue(feed.nextFrame, 0, givenRate_, scale_);
-        map_.Continue(feed.nextFrame, map_.ToGivenRate(real), givenRate_, scale_);
-    }
+    const int64_t real = top.GetPosition();  // another one at its end, or where it cannot be moved
+    const double given = real == place ? exact : static_cast<double>(real) * perFrame;
+    map_ = oldMap_;
+    if (!same || real != place) map_.Continue(feed.nextFrame, std::llround(given), givenRate_, scale_);
     ForgetEnd();
 }
 

@@ -121,6 +121,11 @@ class PlayerTest : public ::testing::Test {
     bool WaitForPosition(int64_t frame) {
         return WaitFor([this, frame] { return player_.GetPositionFrames() >= frame; });
     }
+    // The sound has ended at `length`, and nobody was told yet.
+    void SleepUntilItHasEnded(int64_t length) {
+        for (int i = 0; i < 5000 && player_.GetPositionFrames() < length; ++i) QThread::msleep(1);
+        QThread::msleep(60);
+    }
     static std::vector<float> FileOf(const QString& path) {
         QFile file(path);
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));
