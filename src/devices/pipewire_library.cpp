@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/pipewire_library.h"
 
+#include <QtGlobal>
+
 namespace ondarix {
 
 LPipeWireLibrary::LPipeWireLibrary() : LLibrary("libpipewire-0.3.so.0") {
