@@ -272,7 +272,7 @@ void LPlayerBar::ToggleMute() {
 void LPlayerBar::FillDevices() {
     const QString chosen = ChosenOutputText();
     QStringList texts = choices_.Texts();
-    if (!choices_.IsThere(chosen)) texts.append(chosen);
+    if (!texts.contains(chosen, Qt::CaseInsensitive)) texts.append(chosen);
     devices_->clear();
     for (const QString& text : texts) {
         const bool missing = choices_.IsKnown() && !choices_.IsThere(text);
