@@ -242,6 +242,7 @@ QString StateText(const LProgramState& state) {
                       {QStringLiteral("open"), QJsonArray::fromStringList(state.open)},
                       {QStringLiteral("listeners"), QJsonArray::fromStringList(state.listeners)}};
     if (!state.active.isEmpty()) facts[QStringLiteral("active")] = state.active;
+    if (!state.playback.isEmpty()) facts[QStringLiteral("playback")] = state.playback;
     return QString::fromUtf8(QJsonDocument(facts).toJson(QJsonDocument::Compact));
 }
 

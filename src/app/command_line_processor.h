@@ -24,7 +24,8 @@ namespace ondarix {
 struct LProgramState {
     QStringList open;  // paths of the open sounds, in order; the title where there is no path yet
     QStringList listeners;
-    QJsonObject active{};  // of the active sound; empty: none
+    QJsonObject active{};    // of the active sound; empty: none
+    QJsonObject playback{};  // "state": "stopped", "playing", "paused"; else "title" and "position" in frames
 };
 
 class LCommandLineProcessor {

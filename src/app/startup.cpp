@@ -22,6 +22,7 @@
 #include "app/frame.h"
 #include "app/instance.h"
 #include "app/marker_file.h"
+#include "app/playback.h"
 #include "app/progress_dialog.h"
 #include "app/signals.h"
 #include "gen/paths.h"
@@ -212,6 +213,19 @@ QJsonObject FactsOf(const LSoundDocument& document) {
             {QStringLiteral("regions"), regions}};
 }
 
+QJsonObject FactsOf(const LPlayback& playback) {
+    const LPlayState now = playback.State();
+    const char* name = now == LPlayState::kPlaying  ? "playing"
+                       : now == LPlayState::kPaused ? "paused"
+                                                    : "stopped";
+    QJsonObject facts{{QStringLiteral("state"), QLatin1String(name)}};
+    if (LSoundWindow* sound = playback.Sound()) {
+        facts[QStringLiteral("title")] = sound->Document().title;
+        facts[QStringLiteral("position")] = qint64{playback.Position()};
+    }
+    return facts;
+}
+
 LProgramState EditorRun::State() const {
     LProgramState state;
     for (LSoundWindow* window : frame_->Sounds()) {
@@ -220,6 +234,7 @@ LProgramState EditorRun::State() const {
     }
     state.listeners = frame_->Listeners();
     if (LSoundWindow* window = frame_->ActiveSound()) state.active = FactsOf(window->Document());
+    state.playback = FactsOf(frame_->Playback());
     return state;
 }
 

@@ -50,6 +50,7 @@ class LBareFrame final : public QWidget, public LFrameDocuments, public LEditHos
             if (&window->Document() == &document) window->Refresh();
         Q_EMIT notifier.DocumentChanged(&document);
     }
+    void PlaySelection(LSoundDocument& document) override { played = &document; }
     bool AddDocument(LSoundDocumentRef document) override {
         windows.push_back(std::make_unique<LSoundWindow>(std::move(document), *this));
         active = windows.back().get();
@@ -79,6 +80,7 @@ class LBareFrame final : public QWidget, public LFrameDocuments, public LEditHos
     LDocumentNotifier notifier;
     std::vector<std::unique_ptr<LSoundWindow>> windows;
     LSoundWindow* active = nullptr;
+    LSoundDocument* played = nullptr;
     QStringList told;  // "title|text" of messages and questions
     QList<int> answers;
 

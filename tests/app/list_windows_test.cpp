@@ -369,7 +369,11 @@ TEST_F(RegionWindowTest, ListsTheRegionsOfAllSoundsInOrderOfCreationOrByAColumn)
     EXPECT_EQ(&frame.active->Document(), first);
     EXPECT_EQ(first->selectionStart, 2 * kSecond);
     EXPECT_EQ(first->selectionEnd, 3 * kSecond);
-    EXPECT_TRUE(Button("play")->isHidden()) << "nothing plays yet";
+    EXPECT_FALSE(Button("play")->isHidden());
+    Click(1);
+    Press("play");
+    EXPECT_EQ(frame.played, second) << "the region is selected and played";
+    EXPECT_TRUE(second->HasSelection());
     EXPECT_TRUE(Button("toCd")->isHidden());
     frame.Close(*first);
     LetEventsIn();
