@@ -4,7 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <future>
+#include <memory>
 #include <system_error>
 #include <thread>
 
@@ -25,20 +28,15 @@ constexpr std::array kPlumbing = {
 // What a configuration names may hang, so it is asked on a thread that is left to itself when it does.
 template <typename Answer>
 Answer WithinMs(int ms, Answer (*work)(LDeviceDirection), LDeviceDirection direction) {
-    struct LShared {
-        LEvent done;
-        Answer answer{};
-    };
-    const auto shared = std::make_shared<LShared>();
+    auto promise = std::make_shared<std::promise<Answer>>();
+    std::future<Answer> answer = promise->get_future();
     try {
-        std::thread([shared, work, direction] {
-            shared->answer = work(direction);
-            shared->done.Set();
-        }).detach();
+        std::thread([promise, work, direction] { promise->set_value(work(direction)); }).detach();
     } catch (const std::system_error&) {
         return {};
     }
-    return shared->done.Wait(ms) ? std::move(shared->answer) : Answer{};
+    const bool came = answer.wait_for(std::chrono::milliseconds(ms)) == std::future_status::ready;
+    return came ? answer.get() : Answer{};
 }
 
 bool AskAnswers(LDeviceDirection) {

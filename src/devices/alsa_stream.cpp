@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "gen/realtime.h"
+
 namespace ondarix {
 namespace {
 
@@ -24,6 +26,7 @@ void LAlsaStream::Run() {
         silenceFrames_ =
             std::max<int64_t>(int64_t{format_.sampleRate} * kSilenceMs / 1000, 2 * pcm_.PeriodFrames());
     }
+    isOpened_.store(true, std::memory_order_release);
     opened_.Set();
     if (status_ == kDeviceGood && WaitForHandle(play_.Handle(), kWaitForever) == WaitResult::kSignalled)
         Carry();
@@ -71,8 +74,8 @@ void LAlsaStream::Carry() {
 
 void LAlsaStream::FlushNow() {
     {
-        const std::lock_guard guard(takeLock_);
-        if (!flush_) return;
+        const std::unique_lock guard(takeLock_, std::try_to_lock);
+        if (!guard || !flush_) return;
         flush_ = false;
     }
     givesSound_ = false;
@@ -93,6 +96,7 @@ int64_t LAlsaStream::ClockFrames() const {
 }
 
 LAlsaStream::Next LAlsaStream::Step() {
+    const LRealTimeScope realTime;
     FlushNow();
     const int64_t room = pcm_.FreeFrames();
     if (room < 0) return Recover(room);
@@ -124,8 +128,9 @@ LAlsaStream::Next LAlsaStream::GiveTo(int64_t room, int64_t held) {
     int64_t due = DueFrames(room, held);
     bool silent = false;
     {
-        const std::lock_guard guard(takeLock_);
-        silent = queue_ && queue_->WaitingFrames() == 0;
+        const std::unique_lock guard(takeLock_, std::try_to_lock);
+        const auto asked = static_cast<int32_t>(std::min(due, pcm_.BufferFrames()));
+        silent = guard && queue_ && !queue_->IsReady(asked);
     }
     if (silent && !freeRunning_) due = std::min(due, std::max<int64_t>(0, silenceFrames_ - held));
     while (due > 0) {
@@ -165,8 +170,8 @@ LAlsaStream::Next LAlsaStream::Recover(int64_t error) {
     }
     if (error != -EPIPE) return Next::kEnd;
     if (givesSound_) {
-        const std::lock_guard guard(takeLock_);
-        if (queue_) queue_->CountGap();
+        const std::unique_lock guard(takeLock_, std::try_to_lock);
+        if (guard && queue_) queue_->CountGap();
     }
     givesSound_ = false;
     RestartClock();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include <atomic>
 #include <chrono>
 #include <mutex>
 
@@ -17,7 +18,7 @@ class LAlsaStream final : public LBackgroundThread {
     ~LAlsaStream() override { Stop(); }
 
     // After Start(). False: it is not known yet, and the rest must not be asked.
-    bool WaitOpened(int ms) { return opened_.Wait(ms); }
+    bool WaitOpened(int ms) { return opened_.Wait(ms) && isOpened_.load(std::memory_order_acquire); }
     LDeviceStatus Status() const { return status_; }
     LSoundFormat Format() const { return format_; }
     const std::vector<int32_t>& Rates() const { return pcm_.Rates(); }
@@ -51,6 +52,7 @@ class LAlsaStream final : public LBackgroundThread {
     LSoundFormat format_;
     LDeviceStatus status_ = kDeviceOpening;
     LEvent opened_, play_, ended_;
+    std::atomic<bool> isOpened_{false};  // with opened_; what was set before is seen
 
     // Held for some microseconds: whether and from where sound is taken.
     std::mutex takeLock_;

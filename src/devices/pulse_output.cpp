@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "gen/realtime.h"
+
 namespace ondarix {
 namespace {
 
@@ -159,10 +161,11 @@ int64_t LPulseOutput::DelayFrames() const {
 }
 
 void LPulseOutput::Feed(size_t bytes) {
+    const LRealTimeScope realTime;
     if (!queue_ || bytes == static_cast<size_t>(-1)) return;
     const auto frameBytes = static_cast<size_t>(format_.FrameBytes());
     const size_t target = api_->pa_stream_get_buffer_attr(stream_)->tlength;
-    if (queue_->WaitingFrames() == 0) {
+    if (!queue_->IsReady(static_cast<int32_t>(std::min(bytes, target) / frameBytes))) {
         const size_t silence = target - std::min<size_t>(target, BytesOfMs(format_, kSilenceMs));
         bytes -= std::min(bytes, silence);
     }
