@@ -63,6 +63,12 @@ class LPlayQueue {
     // At the start, after Drop(0) and after a gap nothing is given until the queue holds all that is asked
     // for, can hold no more, has its end, or a tenth of a second has passed: a beginning has no hole in it.
     int32_t Take(float* dest, int32_t frames, int64_t delayFrames);
+    // Whether Take() of so many would give sound now, also when the queue does not hold them all.
+    bool IsReady(int32_t frames) const {
+        return IsPrimed(beginning_.load(std::memory_order_relaxed), static_cast<uint32_t>(WaitingFrames()),
+                        frames) &&
+               WaitingFrames() > 0;
+    }
     // The device has failed: reported by Status() from now on, and waiters wake up. The first one stays.
     void Fail(LDeviceStatus status);
     // A gap that the server or the hardware has reported.

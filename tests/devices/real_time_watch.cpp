@@ -13,6 +13,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "gen/realtime.h"
@@ -29,8 +30,17 @@ struct LNote {
 std::array<LNote, 64> notes;
 std::atomic<uint32_t> noted{0};
 
+// What the libraries of the sound systems do when a call-back calls them is their own.
+bool IsOfSoundSystem(void* address) {
+    Dl_info info{};
+    if (!dladdr(address, &info)) return false;
+    for (const char* name : {"libpulse", "libpipewire", "libspa", "libjack", "libasound", "alsa-lib"})
+        if (std::strstr(info.dli_fname, name)) return true;
+    return false;
+}
+
 void Watch(LOffence kind, const char* what, void* from) {
-    if (!InRealTimeCall()) return;
+    if (!InRealTimeCall() || IsOfSoundSystem(from)) return;
     LNote& note = notes[noted.fetch_add(1) % notes.size()];
     note.kind = kind;
     note.from = from;
@@ -82,7 +92,8 @@ LRealTimeOffences TakeRealTimeOffences() {
                 break;
         }
         const char* what = notes[i].what;
-        if (i < 10) sum.text += std::string(what ? what : "?") + " from " + Place(notes[i].from) + "\n";
+        if (sum.text.size() < 2000)
+            sum.text += std::string(what ? what : "?") + " from " + Place(notes[i].from) + "\n";
     }
     return sum;
 }
