@@ -92,6 +92,10 @@ void LPlayFeeder::Run() {
 }
 
 bool LPlayFeeder::Pass(LBackgroundThread& doneHandler) {
+    if (feed_.lock.IsWanted()) {
+        Sleep(1);
+        return true;
+    }
     Guard guard(feed_.lock);
     if (feed_.device.GetStatus() != kDeviceGood) {
         feed_.ended = true;

@@ -26,6 +26,23 @@ class LPlayerMailbox final : public QObject {
     std::atomic<bool> posted_{false};
 };
 
+// The feeder holds its lock nearly always where a source is slow, and takes it again before a waiter has
+// woken up: it lets those go first who want it.
+class LPlayLock {
+  public:
+    void lock() {
+        ++callers_;
+        mutex_.lock();
+        --callers_;
+    }
+    void unlock() { mutex_.unlock(); }
+    bool IsWanted() const { return callers_ > 0; }
+
+  private:
+    std::mutex mutex_;
+    std::atomic<int> callers_{0};
+};
+
 // What the threads and the player share.
 struct LPlayFeed {
     LPlayFeed(LSoundDevice& itsDevice, LPlayerMailbox& itsMailbox) : device(itsDevice), mailbox(itsMailbox) {}
@@ -37,7 +54,7 @@ struct LPlayFeed {
 
     // Guards the source and all use of the device but its clock, and what stands below. The interface thread
     // keeps it while the player is suspended.
-    std::mutex lock;
+    LPlayLock lock;
     LPlayStack stack;
     int64_t firstFrame = 0;  // the device's count where this run or the last seek began
     int64_t nextFrame = 0;   // of the next frame to be written
@@ -63,7 +80,7 @@ class LPlayFeeder final : public LBackgroundThread {
     void Run() override;
 
   private:
-    using Guard = std::unique_lock<std::mutex>;
+    using Guard = std::unique_lock<LPlayLock>;
     bool Pass(LBackgroundThread& doneHandler);  // false: left by itself
     void WriteBlock(int32_t frames, LBackgroundThread& doneHandler, Guard guard);
     void AwaitGrowth(LBackgroundThread& doneHandler, Guard guard);
