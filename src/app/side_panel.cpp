@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/side_panel.h"
 
+#include <QKeyEvent>
 #include <QLabel>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -50,6 +51,7 @@ LSidePanel::LSidePanel(const std::function<QAction*(int id)>& actionOf, QWidget*
         if (row.menu != group) column->addWidget(GroupTitle(row.menu, content));
         group = row.menu;
         column->addWidget(PanelButton(action, content));
+        column->itemAt(column->count() - 1)->widget()->installEventFilter(this);
     }
     column->addStretch(1);
     auto* scroll = new QScrollArea(this);
@@ -61,6 +63,16 @@ LSidePanel::LSidePanel(const std::function<QAction*(int id)>& actionOf, QWidget*
     scroll->setWidget(content);
     scroll->setMinimumWidth(content->sizeHint().width() + 16);
     setWidget(scroll);
+}
+
+// The space bar presses the button that the keyboard is at, rather than to play.
+bool LSidePanel::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::ShortcutOverride &&
+        static_cast<QKeyEvent*>(event)->keyCombination() == QKeyCombination(Qt::Key_Space)) {
+        event->accept();
+        return true;
+    }
+    return QDockWidget::eventFilter(watched, event);
 }
 
 void LSidePanel::closeEvent(QCloseEvent* event) {

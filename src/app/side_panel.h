@@ -17,6 +17,7 @@ class LSidePanel final : public QDockWidget {
 
   protected:
     void closeEvent(QCloseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 };
 
 }  // namespace ondarix

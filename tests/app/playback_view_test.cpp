@@ -2,7 +2,9 @@
 // What playing shows in the window, winding and scrubbing, and devices that fail.
 #include <sys/resource.h>
 
+#include <QAbstractButton>
 #include <QSignalSpy>
+#include <QToolButton>
 #include <cmath>
 
 #include "app/theme.h"
@@ -122,6 +124,31 @@ TEST_F(PlaybackTest, WindingRunsSevenTimesAsFastAndMoreQuietly) {
     EXPECT_LT(Player().Position(), kRate / 2);
 }
 
+TEST_F(PlaybackTest, WindingInAPauseLeavesItPausedFartherOn) {
+    LSoundWindow* sound = OpenNumbered("numbered.wav", 10 * kRate);
+    Press(Qt::Key_Space);
+    ASSERT_TRUE(PlaysTo(5000));
+    Press(Qt::Key_Space);
+    EXPECT_TRUE(Run(kCmdForward));
+    ASSERT_TRUE(PlaysTo(2 * kRate));
+    EXPECT_TRUE(Run(kCmdForward));
+    ASSERT_EQ(Player().State(), LPlayState::kPaused);
+    const int64_t here = sound->Document().cursor;
+    EXPECT_GE(here, 2 * kRate);
+    EXPECT_EQ(Player().Position(), here);
+    const size_t before = Played().size();
+    QTest::qWait(100);
+    EXPECT_EQ(Played().size(), before) << "nothing is heard";
+    Press(Qt::Key_Space);
+    ASSERT_TRUE(PlaysTo(here + 9000));
+    Run(kCmdStop);
+    const auto played = PlayedFrames();
+    ASSERT_GT(played.size(), before + 8000);
+    EXPECT_EQ(std::vector<int64_t>(played.end() - 8000, played.end()),
+              Range(played.back() - 7999, played.back() + 1));
+    EXPECT_NE(std::find(played.begin() + static_cast<ptrdiff_t>(before), played.end(), here), played.end());
+}
+
 TEST_F(PlaybackTest, ScrubbingFollowsTheMouseAndSelectsNothing) {
     LSoundWindow* sound = OpenNumbered();
     LWaveView& view = sound->View();
@@ -167,6 +194,22 @@ TEST_F(PlaybackTest, WhatPlayedBeforeScrubbingGoesOnBehindIt) {
     const auto played = PlayedFrames();
     EXPECT_EQ(std::vector<int64_t>(played.end() - 30000, played.end()), Range(kFrames - 30000, kFrames));
     EXPECT_EQ(sound->Document().cursor, 0);
+}
+
+TEST_F(PlaybackTest, TheSpaceBarPressesAButtonThatHasTheKeyboard) {
+    LSoundWindow* sound = OpenNumbered();
+    sound->View().Select(1000, 2000);
+    frame->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(frame.get()));
+    QAbstractButton* button = nullptr;
+    for (auto* one : frame->findChildren<QToolButton*>())
+        if (one->defaultAction() == frame->ActionOf(kCmdGoToEnd) && one->focusPolicy() != Qt::NoFocus)
+            button = one;
+    ASSERT_NE(button, nullptr);
+    button->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(button, Qt::Key_Space);
+    EXPECT_TRUE(Stopped());
+    EXPECT_EQ(sound->Document().cursor, kFrames);
 }
 
 // --- Devices
