@@ -14,6 +14,7 @@
 #include "app/theme.h"
 #include "app/time_text.h"
 #include "playing_fixture.h"
+#include "sound/marks.h"
 
 namespace ondarix {
 namespace {
@@ -87,6 +88,23 @@ TEST_F(PlayerBar, SpacePressesTheButtonWithTheFocusAndNothingElse) {
     slider.setFocus();
     QTest::keyClick(frame->windowHandle(), Qt::Key_Home);
     EXPECT_EQ(Playback().Volume(), -60);
+}
+
+TEST_F(PlayerBar, KeysOfAKeyboardForMediaWorkInTheWindow) {
+    LSoundWindow* sound = Open(MakeWav("a.wav"));
+    AddBookmark(sound->Document(), *frame, 44100);
+    const auto press = [&](Qt::Key key) {
+        QTest::sendKeyEvent(QTest::Click, frame->windowHandle(), key, QString(), Qt::NoModifier);
+    };
+    press(Qt::Key_MediaTogglePlayPause);
+    EXPECT_EQ(Playback().State(), LPlayState::kPlaying);
+    press(Qt::Key_MediaPlay);
+    EXPECT_EQ(Playback().State(), LPlayState::kPaused);
+    press(Qt::Key_MediaStop);
+    EXPECT_EQ(Playback().State(), LPlayState::kStopped);
+    press(Qt::Key_MediaNext);
+    EXPECT_EQ(sound->Document().cursor, 44100);
+    EXPECT_EQ(frame->ActionOf(kCmdPlay)->shortcut(), QKeySequence(Qt::Key_Space)) << "what is shown";
 }
 
 TEST_F(PlayerBar, EveryControlIsReachedByTab) {
