@@ -50,6 +50,7 @@ enum LDeviceStatus : uint16_t {
 // Signed dB of full scale, one a channel; kNoSignalDb: nothing.
 using LLevelBytes = std::vector<int8_t>;
 inline constexpr int8_t kNoSignalDb = -127;
+inline constexpr int8_t kLimitedLevelDb = 1;  // above full scale: a limiter is at work
 // The byte for a largest absolute sample: 20 * log10(peak) - 0.5, truncated; below -126 dB and for peaks
 // under 4.467e-7 kNoSignalDb, 127 at most.
 int8_t LevelByte(float peak);

@@ -148,7 +148,7 @@ void LPlayQueue::CopyOut(float* to, uint32_t at, int32_t frames) const {
     std::copy_n(ring_.data(), (static_cast<uint32_t>(frames) - first) * channels, to + first * channels);
 }
 
-void LPlayQueue::Measure(float* samples, int32_t frames) {
+void LPlayQueue::Measure(float* samples, int32_t frames, bool isLimited) {
     const std::lock_guard guard(readLock_);
     int64_t start = writtenFrames_.load(std::memory_order_relaxed);
     const size_t channels = format_.channels;
@@ -158,7 +158,7 @@ void LPlayQueue::Measure(float* samples, int32_t frames) {
         std::fill_n(peaks, channels, 0.0f);
         for (int32_t frame = 0; frame < now; ++frame)
             for (size_t c = 0; c < channels; ++c) peaks[c] = std::max(peaks[c], std::abs(*samples++));
-        records_[nextRecord_] = {start, start + now};
+        records_[nextRecord_] = {start, start + now, isLimited};
         start += now;
         nextRecord_ = (nextRecord_ + 1) % records_.size();
     }
@@ -167,9 +167,12 @@ void LPlayQueue::Measure(float* samples, int32_t frames) {
 void LPlayQueue::Write(LSoundSource& source, int32_t frames) {
     frames = std::min(frames, BlockFrames());
     if (frames <= 0) return;
+    uint32_t loudBefore = 0, loudAfter = 0;
+    source.Query(kQueryLimited, &loudBefore);
     source.Read(work_.data(), frames);
+    source.Query(kQueryLimited, &loudAfter);
     DropNoNumbers(work_.data(), static_cast<size_t>(frames) * format_.channels);
-    Measure(work_.data(), frames);
+    Measure(work_.data(), frames, loudAfter != loudBefore);
     ended_.store(false, std::memory_order_relaxed);
     uint64_t span = span_.load(std::memory_order_relaxed);
     CopyIn(work_.data(), Written(span), frames);
@@ -355,7 +358,9 @@ void LPlayQueue::Levels(LLevelBytes& levels) const {
     const std::lock_guard guard(readLock_);
     for (size_t i = 0; i < records_.size(); ++i) {
         if (heard < records_[i].start || heard >= records_[i].end) continue;
-        for (size_t c = 0; c < channels; ++c) levels[c] = LevelByte(recordPeaks_[i * channels + c] * volume);
+        for (size_t c = 0; c < channels; ++c)
+            levels[c] =
+                records_[i].isLimited ? kLimitedLevelDb : LevelByte(recordPeaks_[i * channels + c] * volume);
         return;
     }
 }

@@ -87,13 +87,15 @@ class LPlayQueue {
     int64_t QueuedFrames() const;
     // The frame of the source that is heard now; never goes back but by SetBase and Rebase.
     int64_t Played() const;
-    // Of what is heard now, with the volume. One a channel of the format.
+    // Of what is heard now, with the volume; kLimitedLevelDb for all while a limiter was at work. One a channel
+    // of the format.
     void Levels(LLevelBytes& levels) const;
     uint32_t Gaps() const { return gaps_.load(std::memory_order_relaxed); }
 
   private:
     struct LRecord {  // of a short stretch [start, end) of what was written; its peaks lie in recordPeaks_
         int64_t start = 0, end = 0;
+        bool isLimited = false;
     };
     // Frame counters modulo 2^32 of what is claimed by the taker and what is written, in one word, so that
     // taking and taking back exclude each other without a lock.
@@ -108,7 +110,7 @@ class LPlayQueue {
     int32_t Claim(int32_t frames, uint32_t& at);
     void CopyIn(const float* from, uint32_t at, int32_t frames);
     void CopyOut(float* to, uint32_t at, int32_t frames) const;
-    void Measure(float* samples, int32_t frames);
+    void Measure(float* samples, int32_t frames, bool isLimited);
     void Scale(float* samples, int32_t frames);
     void NoteAsked(int32_t frames);
     void NoteEmpty();

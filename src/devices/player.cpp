@@ -10,7 +10,6 @@ namespace {
 
 constexpr int32_t kUsualRate = 44100;
 constexpr int kLowLatencyMs = 60;
-constexpr int8_t kLimitedLevel = 1;  // dB: above full scale
 
 LSoundPlayerEvents& NoEvents() {
     static LSoundPlayerEvents none;
@@ -232,9 +231,6 @@ void LSoundPlayer::ReportProgress() {
     if (!ReportPosition(GetPositionFrames())) return;
     LLevelBytes levels;
     device_.Levels(levels);
-    LPeakLimiterSource* limiter = feed_->stack.limiter;
-    if (limiter && !device_.IsPaused() && limiter->Query(kQueryLimited, nullptr))
-        std::fill(levels.begin(), levels.end(), kLimitedLevel);
     events_->OnLevels(userData_, levels);
 }
 

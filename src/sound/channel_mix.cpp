@@ -139,7 +139,8 @@ float* LChannelMixSource::Read(float* dest, int32_t frames) {
 }
 
 bool LChannelMixSource::Query(uint32_t id, void* result) {
-    return id == kQueryIntegerBits && onlyCopies_ && child_->Query(id, result);
+    const bool holds = id == kQueryLimited || (id == kQueryIntegerBits && onlyCopies_);
+    return holds && child_->Query(id, result);
 }
 
 LSoundSourceRef MixChannels(LSoundSourceRef source, int channels) {

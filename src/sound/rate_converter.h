@@ -16,6 +16,9 @@ class LRateConverterSource final : public LSoundSource {
     int64_t GetPosition() override { return position_; }
     int64_t GetLength() override;
     void Seek(int64_t frame) override;
+    bool Query(uint32_t id, void* result) override {
+        return id == kQueryLimited && child_->Query(id, result);
+    }
     bool IsGrowing() override { return child_->IsGrowing(); }
     void WaitForData(uint32_t ms) override { child_->WaitForData(ms); }
 

@@ -21,7 +21,9 @@ enum LSoundError : uint8_t {
 
 // Queries that this program asks.
 enum LSourceQuery : uint32_t {
-    kQueryLimited = 7,        // no result: a limiter lowers the block that it gave last; [any]
+    // Whether a limiter lowers the block that it gave last; uint32_t* or null: how many blocks that were too
+    // loud it has given so far. [any]
+    kQueryLimited = 7,
     kQueryIntegerBits = 101,  // uint32_t*: width of the integer samples that are being decoded
 };
 

@@ -99,6 +99,7 @@ void LPeakLimiterSource::NextBlock() {
     const bool lowers = start != 1.0f || gainEnd_ != 1.0f;
     lowered_.store(lowers, std::memory_order_relaxed);
     if (!lowers) return;
+    if (targetNow_ < 1.0f) loudBlocks_.fetch_add(1, std::memory_order_relaxed);
     const auto ramp = channels == 1 ? ApplyRamp<1> : channels == 2 ? ApplyRamp<2> : ApplyRamp<0>;
     ramp(now_.data(), out_.data(), blockFrames_, channels, start, gainEnd_, limit_);
     given_ = out_.data();
@@ -135,7 +136,9 @@ void LPeakLimiterSource::Seek(int64_t frame) {
 }
 
 bool LPeakLimiterSource::Query(uint32_t id, void* result) {
-    return id == kQueryLimited ? lowered_.load(std::memory_order_relaxed) : child_->Query(id, result);
+    if (id != kQueryLimited) return child_->Query(id, result);
+    if (result) *static_cast<uint32_t*>(result) = loudBlocks_.load(std::memory_order_relaxed);
+    return lowered_.load(std::memory_order_relaxed);
 }
 
 LSoundSourceRef LimitPeaks(LSoundSourceRef source, float limit) {

@@ -67,7 +67,8 @@ class LPeakLimiterSource final : public LSoundSource {
     int64_t position_ = 0;
     bool primed_ = false;
     std::atomic<bool> clipped_{false};
-    std::atomic<bool> lowered_{false};  // the block in `given_`
+    std::atomic<bool> lowered_{false};     // the block in `given_`
+    std::atomic<uint32_t> loudBlocks_{0};  // given so far
 };
 
 // `source` itself when its peak bound is no larger than `limit`, otherwise a limiter over it.

@@ -355,5 +355,41 @@ TEST(PlayQueue, VolumeIsReachedWithoutAStepAndOneIsExact) {
     EXPECT_EQ(block[0], 100.5f);
 }
 
+// Twice full scale from the second half on; the limiter reads well ahead of what is heard.
+class LateLoudSource final : public LSoundSource {
+  public:
+    LateLoudSource() : LSoundSource(48000, 1) {}
+    float* Read(float* dest, int32_t frames) override {
+        for (int32_t i = 0; i < frames; ++i) *dest++ = position_++ < 24000 ? 0.5f : 2.0f;
+        return dest;
+    }
+    int64_t GetPosition() override { return position_; }
+    int64_t GetLength() override { return 48000; }
+    void Seek(int64_t frame) override { position_ = frame; }
+
+  private:
+    int64_t position_ = 0;
+};
+
+TEST(PlayQueue, TheLimiterShowsWhereItIsHeardNotWhereItIsRead) {
+    const LSoundSourceRef source = ConvertRate(
+        MixChannels(MakeSource<LPeakLimiterSource>(MakeSource<LateLoudSource>(), 1.0f), 2), 44100);
+    LPlayQueue queue;
+    queue.Configure({44100, 2}, {4096, 44100});
+    queue.SetPaused(false);
+    for (int32_t at = 0; at < 44100; at += 4096) queue.Write(*source, std::min(4096, 44100 - at));
+    std::vector<float> block(2 * 1000);
+    LLevelBytes levels;
+    for (int32_t at = 0; at < 44100 - 1000; at += 1000) {
+        queue.Take(block.data(), 1000, 0);
+        queue.Levels(levels);
+        if (at + 1000 < 22050 - 4096 - 2000) {
+            EXPECT_EQ(levels, (LLevelBytes{-6, -6})) << at;
+        } else if (at + 1000 > 22050 + 4096) {
+            EXPECT_EQ(levels, (LLevelBytes{1, 1})) << at;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace ondarix::test
