@@ -9,6 +9,9 @@
 #include <thread>
 
 #include "devices/sound_device.h"
+#include "sound/channel_mix.h"
+#include "sound/rate_converter.h"
+#include "sound/wrappers.h"
 
 namespace ondarix::test {
 namespace {
