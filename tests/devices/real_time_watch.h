@@ -15,11 +15,14 @@ struct LRealTimeOffences {
 // Those since the last call.
 LRealTimeOffences TakeRealTimeOffences();
 
-// Sanitizers put their own functions in the places of those that are watched: only operator new is seen then.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr bool kSeesOnlyNew = true;
+// Sanitizers put their own functions in the places of those that are watched: with that of addresses only
+// operator new is seen, with that of threads nothing.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr bool kSeesNew = false, kSeesAll = false;
+#elif defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kSeesNew = true, kSeesAll = false;
 #else
-inline constexpr bool kSeesOnlyNew = false;
+inline constexpr bool kSeesNew = true, kSeesAll = true;
 #endif
 
 }  // namespace ondarix::test
