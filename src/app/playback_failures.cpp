@@ -29,8 +29,8 @@ LFailureText FailureText(uint16_t status, const QString& device, LDeviceMode mod
     if (whilePlaying)
         return {QStringLiteral("Playback Error"),
                 QStringLiteral(
-                    "The playback has ended because the device %1 does not answer any more. The next one "
-                    "uses the default device unless this one has come back.")
+                    "The playback has ended because the device %1 does not answer any more. Playing "
+                    "again uses the default device unless this one has come back.")
                     .arg(device)};
     return {
         QStringLiteral("Playback Error"),
