@@ -12,13 +12,16 @@ void LMainFrame::ConnectPlayback() {
     connect(playback_.get(), &LPlayback::StateChanged, this, &LMainFrame::ShowPlayback);
     connect(playback_.get(), &LPlayback::PositionChanged, this, &LMainFrame::ShowHeard);
     connect(playback_.get(), &LPlayback::SettingsChanged, this, &LMainFrame::RefreshActions);
+    connect(playback_.get(), &LPlayback::Hint, this, &LMainFrame::ShowHint);
 }
 
 void LMainFrame::ConnectPlayback(LSoundWindow& window) {
     connect(&window, &LSoundWindow::Closed, playback_.get(), [this, &window] { playback_->Forget(window); });
-    connect(&window.View(), &LWaveView::Clicked, playback_.get(), [this, &window](qint64 frame) {
+    const auto clicked = [this, &window](qint64 frame) {
         if (playback_->Holds(window)) playback_->SeekByClick(frame);
-    });
+    };
+    connect(&window.View(), &LWaveView::Clicked, playback_.get(), clicked);
+    connect(&window.MarkerRow(), &LMarkerRow::GoTo, playback_.get(), clicked);
     connect(&window.View(), &LWaveView::Scrubbed, playback_.get(), [this, &window](qint64 frame) {
         if (playback_->Holds(window)) playback_->ScrubTo(frame);
     });

@@ -41,7 +41,7 @@ void SelectTime(LCommandCall& call) {
 }
 
 void Jump(LCommandCall& call) {
-    if (const auto position = AskPosition(&call.frame, call.Document())) GoTo(*call.sound, *position);
+    if (const auto position = AskPosition(&call.frame, call.Document())) GoOrSeek(call, *position);
 }
 
 // Up to the end that was set before, or to that of what is selected; without either to the end of the sound.

@@ -36,6 +36,7 @@ void LMainFrame::ShowOptions(const QString& page) {
     dialog.ShowPage(page);
     connect(&dialog, &LOptionsDialog::Applied, this, [this, device = ChosenOutputText()]() mutable {
         SettingsChanged();
+        playback_->OptionsChanged();
         const QString now = ChosenOutputText();
         if (now == device) return;
         device = now;

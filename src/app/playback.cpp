@@ -146,9 +146,12 @@ bool LPlayback::Start(const LSoundSourceRef& source) {
     if (chosen != player_.Device().Selection()) player_.SelectDevice(chosen);
     player_.SetLowLatency(manner_ == LPlayManner::kScrub);
     ApplyVolume();
-    if (player_.Play(source)) return true;
-    Fail(player_.LastStatus(), false);
-    return false;
+    if (!player_.Play(source)) {
+        Fail(player_.LastStatus(), false);
+        return false;
+    }
+    TellStandIn(chosen);
+    return true;
 }
 
 // --- While it plays
@@ -330,11 +333,20 @@ int LPlayback::SpeedIndex() const { return GetSettingInt(kPlaySection, kSpeedNam
 void LPlayback::SetSpeedIndex(int index) {
     const double before = PlaySpeedFactor(SpeedIndex()), now = PlaySpeedFactor(index);
     SetSettingInt(index, kPlaySection, kSpeedName);
-    if (state_ != LPlayState::kStopped && manner_ == LPlayManner::kPlain && before != now) {
-        chain_ = MakeChain(InRange(Position()));
-        Swap(chain_->Source(), before / now);
-    }
+    if (before != now) Exchange(before / now);
     Q_EMIT SettingsChanged();
+}
+
+void LPlayback::Exchange(double scale) {
+    if (state_ == LPlayState::kStopped || manner_ != LPlayManner::kPlain) return;
+    chain_ = MakeChain(InRange(Position()));
+    Swap(chain_->Source(), scale);
+}
+
+void LPlayback::OptionsChanged() {
+    const bool keepPitch = GetSettingBool(kPlaySection, kKeepPitchName, true);
+    if (chain_ && chain_->Request().speed != 1 && chain_->Request().keepPitch != keepPitch) Exchange(1);
+    ApplyVolume();
 }
 
 int LPlayback::Volume() const {

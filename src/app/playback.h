@@ -72,6 +72,7 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     void ResetClipped();
     QString DeviceText() const;  // of the chosen output
     void DeviceChanged();        // another output was chosen in the options: goes on there
+    void OptionsChanged();       // pitch at other speeds, loudness while winding
 
     std::function<void()> openOptions;  // where another output can be chosen
 
@@ -81,6 +82,7 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     void LevelsChanged();
     void ClippedChanged();
     void SettingsChanged();  // loop, speed, volume
+    void Hint(const QString& text);
 
   private:
     struct LStretch {
@@ -110,6 +112,8 @@ class LPlayback final : public QObject, private LSoundPlayerEvents {
     bool Begin(LSoundWindow& window, const LSound& sound, const LStretch& stretch);
     std::unique_ptr<LPlayChain> MakeChain(int64_t first, double skip = 0) const;
     bool Start(const LSoundSourceRef& source);  // on the device
+    void Exchange(double scale);                // the chain, for one with the settings of now
+    void TellStandIn(const LDeviceSelection& device);
     void Swap(const LSoundSourceRef& source, double scale);
     void MoveTo(int64_t frame, bool wholeSound);
     void PutCursor(int64_t frame);

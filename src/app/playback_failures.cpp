@@ -27,11 +27,11 @@ LFailureText FailureText(uint16_t status, const QString& device, LDeviceMode mod
                     "sample rate is not supported by the driver. Please choose another audio output "
                     "option.")};
     if (whilePlaying)
-        return {QStringLiteral("Playback Error"),
-                QStringLiteral(
-                    "The playback has ended because the device %1 does not answer any more. Playing "
-                    "again uses the default device unless this one has come back.")
-                    .arg(device)};
+        return {
+            QStringLiteral("Playback Error"),
+            QStringLiteral("The playback has ended because the device %1 does not answer any more. Playing "
+                           "again uses the default device unless this one has come back.")
+                .arg(device)};
     return {
         QStringLiteral("Playback Error"),
         QStringLiteral("The playback has failed to start on device %1. Please check the following:\n\n"
@@ -41,6 +41,18 @@ LFailureText FailureText(uint16_t status, const QString& device, LDeviceMode mod
 }
 
 }  // namespace
+
+// What plays instead of the chosen device is not a failure, but neither is it what is expected.
+void LPlayback::TellStandIn(const LDeviceSelection& device) {
+    const QString text = ChosenOutputText();
+    const bool byDefault = text.isEmpty() || text == QString::fromUtf8(kDefaultSoundOut);
+    if (text == ondarix::DeviceText(device) || (!byDefault && FindDevice(text))) return;
+    if (device.mode == LDeviceMode::kNull)
+        Q_EMIT Hint(QStringLiteral(
+            "There are no audio playback devices available. Please check your audio settings."));
+    else if (!byDefault)
+        Q_EMIT Hint(QStringLiteral("%1 is not connected; the default device plays").arg(text));
+}
 
 void LPlayback::Fail(uint16_t status, bool whilePlaying) {
     const QString device = QStringLiteral("\"%1\"").arg(ondarix::DeviceText(player_.Device().Selection()));

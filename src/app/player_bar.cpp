@@ -2,7 +2,6 @@
 #include "app/player_bar.h"
 
 #include <QAction>
-#include <QActionGroup>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QSlider>
@@ -161,6 +160,7 @@ void LPlayerBar::AddDevices() {
     devices_ = new QMenu(device_);
     devices_->setObjectName(QStringLiteral("playerDevices"));
     device_->setMenu(devices_);
+    deviceGroup_ = new QActionGroup(devices_);
     connect(devices_, &QMenu::aboutToShow, this, [this] {
         choices_.Follow();
         FillDevices();
@@ -279,6 +279,7 @@ void LPlayerBar::FillDevices() {
         QString entry = missing ? text + QStringLiteral(" (not connected)") : text;
         QAction* action = devices_->addAction(entry.replace(QLatin1Char('&'), QStringLiteral("&&")));
         action->setCheckable(true);
+        deviceGroup_->addAction(action);
         action->setChecked(text.compare(chosen, Qt::CaseInsensitive) == 0);
         connect(action, &QAction::triggered, this, [this, text] { ChooseDevice(text); });
     }

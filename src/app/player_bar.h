@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 #include <QAbstractSlider>
+#include <QActionGroup>
 #include <QBoxLayout>
 #include <QMenu>
 #include <QToolButton>
@@ -65,6 +66,7 @@ class LPlayerBar final : public QWidget {
     QAbstractSlider* volume_;
     QMenu* speeds_;
     QMenu* devices_;
+    QActionGroup* deviceGroup_;
     LOutputChoices choices_;
     std::vector<LFold> folds_;
     size_t folded_ = 0;  // so many of them are

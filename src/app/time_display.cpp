@@ -28,10 +28,10 @@ void LTimeDisplay::Show(int64_t position, int64_t length, int32_t rate) {
     const QString now = rate > 0 ? TimeText(position, rate) : QString();
     const QString total = rate > 0 ? QStringLiteral("/ ") + TimeText(length, rate) : QString();
     if (now == position_ && total == length_) return;
-    const bool wider = now.size() > std::max(position_.size(), kWidestTime.size());
+    const bool otherSize = now.size() != position_.size() || total.size() != length_.size();
     position_ = now;
     length_ = total;
-    if (wider) updateGeometry();
+    if (otherSize) updateGeometry();
     update();
 }
 
@@ -55,11 +55,15 @@ QFont LTimeDisplay::Large() const {
 
 int LTimeDisplay::LargeWidth() const {
     const QFontMetrics metrics(Large());
-    return std::max(metrics.horizontalAdvance(kWidestTime), metrics.horizontalAdvance(position_));
+    int width = metrics.horizontalAdvance(kWidestTime);
+    for (const QString& time : {position_, length_.mid(2)})
+        if (time.size() > kWidestTime.size()) width = std::max(width, metrics.horizontalAdvance(time));
+    return width;
 }
 
 QSize LTimeDisplay::sizeHint() const {
-    const int small = fontMetrics().horizontalAdvance(QStringLiteral("/ ") + kWidestTime);
+    const int small = std::max(fontMetrics().horizontalAdvance(QStringLiteral("/ ") + kWidestTime),
+                               fontMetrics().horizontalAdvance(length_));
     return {LargeWidth() + 2 * kTimeMargin + (lengthShown_ ? kTimeGap + small : 0),
             QFontMetrics(Large()).height() + 4};
 }

@@ -29,9 +29,11 @@ void LWaveView::ZoomAround(double factor, int64_t anchor) {
     range_->Zoom(factor, anchor);
 }
 
+// Around what is heard, else the cursor, else the middle.
 void LWaveView::Zoom(double factor) {
-    const bool inView = cursor_ >= range_->Start() && cursor_ <= range_->End();
-    ZoomAround(factor, inView ? cursor_ : range_->Start() + range_->Frames() / 2);
+    for (const int64_t frame : {PlayLine(), cursor_})
+        if (frame >= range_->Start() && frame <= range_->End()) return ZoomAround(factor, frame);
+    ZoomAround(factor, range_->Start() + range_->Frames() / 2);
 }
 
 void LWaveView::ZoomToSelection() {

@@ -128,7 +128,6 @@ TEST_F(PlaybackTest, ALoopWithoutASelectionIsTheWholeSound) {
 }
 
 TEST_F(PlaybackTest, AnotherSpeedGoesOnAtTheSamePlace) {
-    SetSettingBool(QStringLiteral("Settings"), QStringLiteral("PlaySpeedKeepPitch"), false);
     LSoundWindow* sound = OpenNumbered("numbered.wav", 10 * kRate);
     Press(Qt::Key_Space);
     ASSERT_TRUE(PlaysTo(20000));
@@ -139,6 +138,10 @@ TEST_F(PlaybackTest, AnotherSpeedGoesOnAtTheSamePlace) {
     EXPECT_FALSE(frame->ActionOf(kCmdSpeedNormal)->isChecked());
     const int64_t after = Player().Position();
     EXPECT_LT(std::abs(after - before), kRate / 4) << before << " " << after;
+    // As a tape from here on.
+    SetSettingBool(QStringLiteral("Settings"), QStringLiteral("PlaySpeedKeepPitch"), false);
+    Player().OptionsChanged();
+    EXPECT_LT(std::abs(Player().Position() - after), kRate / 4);
     QElapsedTimer clock;
     clock.start();
     const int64_t from = Player().Position();
@@ -196,6 +199,20 @@ TEST_F(PlaybackTest, GoingSomewhereMovesWhatIsHeard) {
     const auto jump = std::find(start, played.end(), clicked);
     ASSERT_NE(jump, played.end());
     EXPECT_EQ(std::vector<int64_t>(jump, played.end()), Range(clicked, kFrames));
+}
+
+TEST_F(PlaybackTest, AClickAboveTheWavesMovesWhatIsHeardToo) {
+    LSoundWindow* sound = OpenNumbered();
+    sound->View().Select(kRate, kRate);
+    EXPECT_TRUE(Run(kCmdAddBookmark));
+    sound->View().Select(0, 0);
+    Press(Qt::Key_Space);
+    ASSERT_TRUE(PlaysTo(5000));
+    QWidget& row = sound->MarkerRow();
+    ASSERT_TRUE(row.isVisible());
+    QTest::mouseClick(&row, Qt::LeftButton, {}, {row.width() / 2 + 1, row.height() / 2});
+    EXPECT_EQ(sound->Document().cursor, kRate);
+    EXPECT_NEAR(static_cast<double>(Player().Position()), kRate, kRate / 10.0);
 }
 
 TEST_F(PlaybackTest, OutsideOfTheSelectionItGoesOnToTheEnd) {

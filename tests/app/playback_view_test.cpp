@@ -22,7 +22,12 @@ TEST_F(PlaybackTest, TheViewFollowsUntilSomebodyScrollsAway) {
     QTest::qWait(40);
     EXPECT_GE(range.Start(), kRate / 5) << "paged on";
     EXPECT_TRUE(Player().Position() >= range.Start() && Player().Position() <= range.End() + kRate / 10);
-    range.MoveTo(6 * kRate);
+    sound->View().Select(range.Start(), range.Start());
+    Press(Qt::Key_Minus);
+    for (int i = 0; i < 6; ++i) Press(Qt::Key_Plus);
+    EXPECT_TRUE(Player().Position() >= range.Start() && Player().Position() <= range.End() + kRate / 10)
+        << "zooms in on what is heard, not on the cursor";
+    range.Show(6 * kRate, kRate / 5);
     QTest::qWait(400);
     EXPECT_EQ(range.Start(), 6 * kRate) << "left alone";
     EXPECT_TRUE(Run(kCmdGoToStart));
@@ -265,6 +270,24 @@ TEST_F(PlaybackTest, AnotherDeviceGoesOnWithTheSound) {
     ASSERT_TRUE(second.open(QIODevice::ReadOnly));
     EXPECT_GT(second.size(), (kFrames - 30000) * 4);
     EXPECT_LT(second.size(), (kFrames - 10000) * 4 + 4);
+}
+
+TEST_F(PlaybackTest, WhatPlaysInsteadOfTheChosenDeviceIsTold) {
+    OpenNumbered();
+    QSignalSpy hints(&Player(), &LPlayback::Hint);
+    Press(Qt::Key_Space);
+    ASSERT_TRUE(Plays());
+    EXPECT_EQ(hints.count(), 0) << "it is the chosen one";
+    Run(kCmdStop);
+    StoreOutput(QStringLiteral("[PulseAudio] Nowhere"));
+    Press(Qt::Key_Space);
+    ASSERT_TRUE(PumpUntil([&] { return hints.count() > 0 || !messages->asked.isEmpty(); }));
+    ASSERT_EQ(hints.count(), 1);
+    const bool silent = DefaultOutput().mode == LDeviceMode::kNull;
+    EXPECT_EQ(hints[0].at(0).toString(),
+              silent ? QStringLiteral("There are no audio playback devices available. Please check your "
+                                      "audio settings.")
+                     : QStringLiteral("[PulseAudio] Nowhere is not connected; the default device plays"));
 }
 
 TEST_F(PlaybackTest, WithoutAnySoundServerThereIsAClock) {
