@@ -27,6 +27,8 @@ bool IsGood(pa_context_state_t state) {
 bool LPulseConnection::Begin() {
     loop_ = api_.pa_threaded_mainloop_new();
     if (!loop_) return false;
+    // Before it runs: later the library would name the calling thread.
+    api_.pa_threaded_mainloop_set_name(loop_, kPulseThreadName);
     pa_proplist* properties = api_.pa_proplist_new();
     api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, kClientName);
     api_.pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, kApplicationId);
@@ -50,7 +52,6 @@ bool LPulseConnection::Connect(QDeadlineTimer deadline, bool critical) {
         Close();
         return false;
     }
-    api_.pa_threaded_mainloop_set_name(loop_, kPulseThreadName);
     if (WaitFor([this] { return api_.pa_context_get_state(context_) == PA_CONTEXT_READY; }, deadline))
         return true;
     Close();
