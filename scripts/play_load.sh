@@ -56,8 +56,8 @@ private_folder() {
 start_pulse() {
     private_folder pulse
     export PULSE_RUNTIME_PATH=$XDG_RUNTIME_DIR/pulse
-    log=$work/server.log run ${fifo:-} pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no \
-        --realtime=no --high-priority=no \
+    log=$work/server.log run pulseaudio -n --daemonize=no --exit-idle-time=-1 --use-pid-file=no \
+        --realtime="$real_time" --high-priority="$real_time" --log-level=debug \
         -L "module-null-sink sink_name=out rate=48000 channels=2 format=float32le norewinds=1" \
         -L "module-native-protocol-unix auth-anonymous=1 socket=$XDG_RUNTIME_DIR/pulse/native"
     export PULSE_SERVER=unix:$XDG_RUNTIME_DIR/pulse/native
@@ -67,7 +67,7 @@ record_pulse() {
     record parec -d out.monitor --raw --rate=48000 --channels=2 --format=float32le --latency-msec=100 "$work/rec.raw"
     until_holds sh -c 'pactl list short source-outputs | grep -q .'
 }
-xruns_pulse() { grep -ciE 'underrun|underflow' "$work/server.log"; }
+xruns_pulse() { grep -ciE 'underrun of|underrun on|overrun' "$work/server.log"; }
 
 # The dummy driver sleeps until the next period and counts an xrun when it wakes up late, with or without clients. With
 # both processors busy and no real-time rights it does so at any period below some 20 ms; 2048 frames are 43 ms. -S: it

@@ -60,9 +60,9 @@ def frame_number(left, right):
 
 def runs_of(samples):
     """Stretches [first, end) of frames in the order in which they were recorded, the places where silence stands between
-    frames that follow each other, and a count of frames that are neither of the sound nor silence."""
+    frames that follow each other, with its length, and a count of frames that are neither of the sound nor silence."""
     runs, holes, strange = [], [], 0
-    at, count = 0, len(samples) // 2
+    at, count, end = 0, len(samples) // 2, 0  # end: of the last stretch, in the recording
     while at < count:
         left, right = samples[2 * at], samples[2 * at + 1]
         number = frame_number(left, right)
@@ -73,7 +73,7 @@ def runs_of(samples):
         if not runs or runs[-1][1] != number:
             runs.append([number, number])
         else:
-            holes.append(number)
+            holes.append((number, at - end))
         for step in (4096, 1):  # as far as it goes on, in large steps and then frame by frame
             while at < count:
                 now = min(step, count - at)
@@ -81,7 +81,7 @@ def runs_of(samples):
                     break
                 at += now
                 number += now
-        runs[-1][1] = number
+        runs[-1][1], end = number, at
     return runs, holes, strange
 
 
@@ -105,8 +105,8 @@ def compare(server, status, xruns, report, recording):
           f"(from frame {first}, the last {tail} missing), exit status {status}")
     for before, after in list(zip(runs, runs[1:]))[:5]:
         print(f"    frame {before[1]} is followed by frame {after[0]}")
-    for number in holes[:5]:
-        print(f"    silence before frame {number}")
+    for number, length in holes[:5]:
+        print(f"    {length} frames of silence before frame {number}")
     return 0 if good else 1
 
 
