@@ -34,6 +34,7 @@ namespace ondarix {
     X(pa_stream_get_latency)             \
     X(pa_stream_get_state)               \
     X(pa_stream_get_timing_info)         \
+    X(pa_stream_get_underflow_index)     \
     X(pa_stream_new_with_proplist)       \
     X(pa_stream_set_state_callback)      \
     X(pa_stream_set_underflow_callback)  \

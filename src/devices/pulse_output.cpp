@@ -126,6 +126,7 @@ void LPulseOutput::Flush() {
     const LPulseConnection::LLock lock(*connection_);
     heldFrames_ = 0;
     givesSound_ = false;
+    NoteFlush();
     connection_->Forget(api_->pa_stream_flush(stream_, nullptr, nullptr));
 }
 
@@ -179,8 +180,17 @@ void LPulseOutput::Feed(size_t bytes) {
         heldFrames_ = std::min<int64_t>(heldFrames_ + frames, static_cast<int64_t>(target / frameBytes));
         const size_t used = static_cast<size_t>(frames) * frameBytes;
         if (api_->pa_stream_write(stream_, data, used, nullptr, 0, PA_SEEK_RELATIVE) < 0) return;
+        sinceFlush_ += static_cast<int64_t>(used);
         left -= static_cast<size_t>(frames);
     }
+}
+
+// The index of what is played stands still at a flush; that of what is written, which is known, falls to it.
+void LPulseOutput::NoteFlush() {
+    const pa_timing_info* info = api_->pa_stream_get_timing_info(stream_);
+    flushedAt_ = info && !info->write_index_corrupt ? info->write_index
+                                                    : std::max<int64_t>(flushedAt_, 0) + sinceFlush_;
+    sinceFlush_ = 0;
 }
 
 void LPulseOutput::StreamChanged() {
@@ -190,8 +200,12 @@ void LPulseOutput::StreamChanged() {
     connection_->Signal();
 }
 
+// That a flush has left the server without sound it may tell after the next sound was given.
 void LPulseOutput::Underflow() {
-    if (queue_ && givesSound_) queue_->CountGap();
+    const int64_t index = api_->pa_stream_get_underflow_index(stream_);
+    const bool byFlush = index >= 0 && index <= flushedAt_;
+    if (byFlush) flushedAt_ = index - 1;  // another one behind that is a gap
+    if (queue_ && givesSound_ && !byFlush) queue_->CountGap();
     givesSound_ = false;
 }
 

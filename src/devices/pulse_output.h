@@ -24,6 +24,7 @@ class LPulseOutput final : public LOutput {
     void Feed(size_t bytes);
     int64_t DelayFrames() const;
     void StreamChanged();
+    void NoteFlush();
     void Underflow();
 
     const LPulseApi* api_ = PulseApi();
@@ -33,6 +34,9 @@ class LPulseOutput final : public LOutput {
     LPlayQueue* queue_ = nullptr;
     int64_t heldFrames_ = 0;   // given since the last flush, at most what the server's buffer holds
     bool givesSound_ = false;  // the last frames given were sound, not silence
+    // The server's index of what it plays at the last flush, or one ahead of it; below 0: no flush. And the
+    // bytes given since then.
+    int64_t flushedAt_ = -1, sinceFlush_ = 0;
 };
 
 }  // namespace ondarix
