@@ -18,6 +18,32 @@ const QString kAreaSection = QStringLiteral("Settings");
 const QString kTabsName = QStringLiteral("SoundsAsTabs");
 constexpr int kStairPixels = 28, kStairs = 8;
 
+// Tab leaves the sound for what stands around it; Qt's own kind of window goes round within itself for ever.
+class LSoundFrame final : public QMdiSubWindow {
+  protected:
+    bool focusNextPrevChild(bool next) override {
+        QWidget* const from = window()->focusWidget();
+        for (QWidget* to = from; to;) {
+            to = next ? to->nextInFocusChain() : to->previousInFocusChain();
+            if (to == from) break;
+            if (!TakesTab(*to)) continue;
+            window()->setAttribute(Qt::WA_KeyboardFocusChange);
+            to->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            return true;
+        }
+        return QMdiSubWindow::focusNextPrevChild(next);
+    }
+
+  private:
+    bool TakesTab(const QWidget& widget) const {
+        if ((widget.focusPolicy() & Qt::TabFocus) != Qt::TabFocus || widget.focusProxy()) return false;
+        if (!widget.isVisible() || !widget.isEnabled() || widget.isAncestorOf(this)) return false;
+        const QWidget* window = &widget;
+        while (window && !qobject_cast<const QMdiSubWindow*>(window)) window = window->parentWidget();
+        return !window || (window == this && &widget != this);  // no other sound
+    }
+};
+
 }  // namespace
 
 LSoundArea::LSoundArea(QWidget* parent) : QMdiArea(parent), start_(new LStartScreen(viewport())) {
@@ -95,7 +121,10 @@ QMdiSubWindow* LSoundArea::Place(QWidget* sound, const QIcon& icon) {
     const auto others = static_cast<int>(subWindowList().size());
     const bool maximize = GetSettingBool(kAreaSection, QStringLiteral("MaximizeWindows"), false) ||
                           (currentSubWindow() && currentSubWindow()->isMaximized());
-    QMdiSubWindow* child = addSubWindow(sound);
+    auto* child = new LSoundFrame;
+    child->setAttribute(Qt::WA_DeleteOnClose);
+    child->setWidget(sound);
+    addSubWindow(child);
     child->setWindowIcon(icon);
     // Qt's own entry for closing has the same shortcut as the command, and two of them cancel each other.
     for (QAction* action : child->systemMenu()->actions()) action->setShortcuts(QList<QKeySequence>());
