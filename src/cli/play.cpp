@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A file through the editor's own player.
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 #include <algorithm>
@@ -17,6 +18,9 @@ namespace ondarix {
 namespace {
 
 constexpr int kCancelPollMs = 20;
+// A sound that still grows, and of which nothing has come for so long, has no writer any more: its header was
+// left open, as by programs that write into a pipe.
+constexpr int kGrowthEndMs = 5000;
 constexpr double kSlowestPlay = 0.1, kFastestPlay = 5.0;
 constexpr int kLowestVolume = -127;
 constexpr int kMostLoops = 1'000'000;
@@ -115,6 +119,7 @@ class LPlayRun final : private LSoundPlayerEvents {
     }
     void OnPositionFrames(uintptr_t, int64_t frames) override;
     void Report(int64_t heard);
+    bool HasStoppedGrowing();
 
     LContext& context_;
     QString device_, path_;
@@ -123,6 +128,8 @@ class LPlayRun final : private LSoundPlayerEvents {
     int64_t begin_ = source_->GetPosition();
     int64_t length_ = source_->IsGrowing() ? -1 : source_->GetLength();  // -1: not known
     int32_t deviceRate_ = 0;
+    int64_t lastHeard_ = -1;
+    QElapsedTimer sinceHeard_;
     bool stopped_ = false, cancelled_ = false;
     QEventLoop loop_;
     LSoundPlayer player_;
@@ -144,6 +151,13 @@ void LPlayRun::OnPositionFrames(uintptr_t, int64_t frames) {
     progress.SetStatus(TimeText(chain_.ToSound(frames), source_->sampleRate).chopped(2), 0);
     if (length_ > begin_)
         progress.SetFraction(static_cast<double>(frames - begin_) / static_cast<double>(length_ - begin_));
+}
+
+bool LPlayRun::HasStoppedGrowing() {
+    const int64_t heard = player_.GetPositionFrames();
+    if (heard != lastHeard_) sinceHeard_.start();
+    lastHeard_ = heard;
+    return length_ < 0 && sinceHeard_.elapsed() > kGrowthEndMs;
 }
 
 void LPlayRun::Report(int64_t heard) {
@@ -168,9 +182,9 @@ ExitStatus LPlayRun::Run(const QString& path, std::optional<int> volume) {
     if (volume) player_.SetVolume(static_cast<int8_t>(*volume));
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, &loop_, [this] {
-        if (!context_.progress.IsCancelled() || stopped_) return;
-        cancelled_ = true;
-        player_.Stop();
+        if (stopped_) return;
+        cancelled_ = context_.progress.IsCancelled();
+        if (cancelled_ || HasStoppedGrowing()) player_.Stop();
     });
     poll.start(kCancelPollMs);
     const bool played = player_.Play(source_);
