@@ -42,9 +42,10 @@ float* LTapSource::Read(float* dest, int32_t frames) {
 }
 
 void LTapSource::Seek(int64_t frame) {
-    const int64_t before = child_->GetPosition();
+    // Positions that cannot be wrap around as the ring does.
+    const auto before = static_cast<uint64_t>(child_->GetPosition());
     child_->Seek(frame);
-    tap_.Move((child_->GetPosition() - before) * channels);
+    tap_.Move(static_cast<int64_t>((static_cast<uint64_t>(child_->GetPosition()) - before) * channels));
 }
 
 }  // namespace ondarix

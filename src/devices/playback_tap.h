@@ -20,7 +20,7 @@ class LPlaybackTap {
     uint32_t Place() const { return at_; }
     void Return(uint32_t place) { at_ = place; }
     // Forwards or back, in samples.
-    void Move(int64_t samples) { at_ = static_cast<uint32_t>(at_ + samples) & kMask; }
+    void Move(int64_t samples) { at_ = (at_ + static_cast<uint32_t>(samples)) & kMask; }
     // Fades the block when that is due, and keeps it.
     void Pass(float* block, int32_t frames, int channels);
 

@@ -81,8 +81,8 @@ bool LSoundPlayer::OpenDevice(const LSoundSourceRef& source) {
 void LSoundPlayer::Begin() {
     LPlayFeed& feed = *feed_;
     givenRate_ = static_cast<int32_t>(feed.stack.given->sampleRate);
-    feed.firstFrame = feed.nextFrame = feed.stack.top->GetPosition();
-    map_.Begin(feed.nextFrame, feed.stack.given->GetPosition(), givenRate_, device_.Rate());
+    feed.firstFrame = feed.nextFrame = PlaceOf(*feed.stack.top);
+    map_.Begin(feed.nextFrame, PlaceOf(*feed.stack.given), givenRate_, device_.Rate());
     feed.ended = false;
     ForgetEnd();
     feed.sourceSpace.Reset();
@@ -150,7 +150,7 @@ void LSoundPlayer::SetPositionFrames(int64_t frames) {
         const int64_t place = map_.ToDeviceRate(frames);
         top.Seek(place);
         tap_.CancelFade();
-        feed.firstFrame = feed.nextFrame = top.GetPosition();
+        feed.firstFrame = feed.nextFrame = PlaceOf(top);
         if (feed.nextFrame != place) frames = map_.ToGivenRate(feed.nextFrame);
         map_.Begin(feed.nextFrame, frames, givenRate_, device_.Rate());
         device_.SetPlayedBase(feed.nextFrame);

@@ -122,9 +122,11 @@ void LPlayFeeder::WriteBlock(int32_t frames, LBackgroundThread& doneHandler, Gua
     if (feed_.device.HasFreeBlock()) {
         LSoundSource& source = *feed_.stack.top;
         const bool growing = source.IsGrowing();
-        const int64_t before = source.GetPosition();
+        const int64_t before = PlaceOf(source);
         feed_.device.Write(frames);
-        feed_.nextFrame += source.GetPosition() - before;  // a block of the device may be shorter
+        // A block of the device may be shorter.
+        feed_.nextFrame =
+            std::clamp(feed_.nextFrame + PlaceOf(source) - before, -kFarthestFrame, kFarthestFrame);
         if (!growing && source.GetPosition() >= source.GetLength()) feed_.device.MarkEnd(true);
         feed_.feeding.Set();
         const bool hurry = feed_.device.QueuedFrames() < int64_t{feed_.device.Rate()} * kHurryMs / 1000;

@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/player_stack.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "sound/rate_converter.h"
 
 namespace ondarix {
+
+int64_t PlaceOf(LSoundSource& source) {
+    return std::clamp(source.GetPosition(), -kFarthestFrame, kFarthestFrame);
+}
 
 void LPlayStack::Release() {
     limiter = nullptr;

@@ -16,7 +16,7 @@ void LSoundPlayer::Suspend() {
     oldTop_ = feed_->stack.top;
     oldMap_ = map_;
     oldRate_ = givenRate_;
-    suspendPosition_ = oldTop_->GetPosition();
+    suspendPosition_ = PlaceOf(*oldTop_);
     scale_ = 1.0;
 }
 
@@ -45,7 +45,7 @@ void LSoundPlayer::PlaceSource(int64_t dropped) {
     const uint32_t tapPlace = tap_.Place();
     top.Seek(place);
     tap_.Return(tapPlace);
-    const int64_t real = top.GetPosition();  // another one at its end, or where it cannot be moved
+    const int64_t real = PlaceOf(top);  // another one at its end, or where it cannot be moved
     const double given = real == place ? exact : static_cast<double>(real) * perFrame;
     map_ = oldMap_;
     if (!same || real != place) map_.Continue(feed.nextFrame, std::llround(given), givenRate_, scale_);

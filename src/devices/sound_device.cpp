@@ -51,7 +51,8 @@ bool LSoundDevice::Open(LSoundSourceRef source, bool startPaused) {
     SetQueueLimitMs(limitMs_);
     source_ = MixChannels(std::move(source), setup.format.channels);
     queue_.SetBase(source_->GetPosition());
-    bridgeFrames_ = std::max(setup.format.sampleRate * kBridgeMs / 1000, 2 * setup.bufferFrames);
+    const auto bridge = static_cast<int32_t>(int64_t{setup.format.sampleRate} * kBridgeMs / 1000);
+    bridgeFrames_ = std::max(bridge, 2 * setup.bufferFrames);
     state_ = startPaused ? kOpenBit | kPausedBit : kOpenBit;
     return true;
 }

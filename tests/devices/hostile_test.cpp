@@ -117,7 +117,7 @@ TEST_F(HostileTest, LengthsAndPositionsThatCannotBe) {
         [](int64_t) { return INT64_MAX; },
         [](int64_t turn) { return 200'000 - turn * 1000; },
         [](int64_t turn) { return turn % 2 ? INT64_MAX : INT64_MIN; },
-        [](int64_t turn) { return turn * 0x123456789abcdef; },
+        [](int64_t turn) { return static_cast<int64_t>(static_cast<uint64_t>(turn) * 0x123456789abcdef); },
     };
     for (const auto& length : tales)
         for (const auto& position : tales) {

@@ -115,6 +115,10 @@ void* operator new(size_t size) {
     if (void* block = std::malloc(size ? size : 1)) return block;
     std::abort();
 }
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+    Watch(LOffence::kMemory, "operator new", CALLER);
+    return std::malloc(size ? size : 1);
+}
 void* operator new(size_t size, std::align_val_t align) {
     Watch(LOffence::kMemory, "operator new", CALLER);
     void* block = nullptr;
@@ -126,6 +130,7 @@ void operator delete(void* block) noexcept {
     std::free(block);
 }
 void operator delete(void* block, size_t) noexcept { operator delete(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { operator delete(block); }
 void operator delete(void* block, std::align_val_t) noexcept { operator delete(block); }
 void operator delete(void* block, size_t, std::align_val_t) noexcept { operator delete(block); }
 
