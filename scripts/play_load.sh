@@ -14,7 +14,7 @@ servers=("$@")
 [ ${#servers[@]} -gt 0 ] || servers=(pulse jack pipewire)
 cli=${ONDARIX_CLI:-$here/build/release/src/cli/ondarix-cli}
 load=${LOAD:-$(nproc)}
-work=$(mktemp -d)
+work=$(mktemp -d -p "$([ -w /dev/shm ] && echo /dev/shm || echo "${TMPDIR:-/tmp}")")  # a busy disk is not what is tested
 chmod 700 "$work"
 started=()
 

@@ -11,10 +11,10 @@ namespace {
 constexpr int kOpenMs = 800;
 // Of the server's buffer and the device's together. A machine with two busy cores keeps a thread waiting for
 // some tens of milliseconds now and then.
-constexpr int kTargetMs = 100;
+constexpr int kTargetMs = 200;
 constexpr int kRequestMs = 20;
 // What is kept there while there is nothing to play, so that sound that begins is heard soon.
-constexpr int kSilenceMs = 40;
+constexpr int kSilenceMs = 80;
 // The servers' resamplers do not take less.
 constexpr int32_t kLeastPulseRate = 1000;
 constexpr int32_t kMostPulseRate = PA_RATE_MAX;
@@ -165,10 +165,12 @@ void LPulseOutput::Feed(size_t bytes) {
     const LRealTimeScope realTime;
     if (!queue_ || bytes == static_cast<size_t>(-1)) return;
     const auto frameBytes = static_cast<size_t>(format_.FrameBytes());
-    const size_t target = api_->pa_stream_get_buffer_attr(stream_)->tlength;
+    const pa_buffer_attr* const buffer = api_->pa_stream_get_buffer_attr(stream_);
+    const size_t target = buffer->tlength;
     if (!queue_->IsReady(static_cast<int32_t>(std::min(bytes, target) / frameBytes))) {
-        const size_t silence = target - std::min<size_t>(target, BytesOfMs(format_, kSilenceMs));
-        bytes -= std::min(bytes, silence);
+        // With less than `prebuf`, which a user's settings may enlarge, the server would never begin.
+        const size_t least = std::max(BytesOfMs(format_, kSilenceMs), buffer->prebuf);
+        bytes -= std::min(bytes, target - std::min<size_t>(target, least));
     }
     for (size_t left = bytes / frameBytes; left > 0;) {
         void* data = nullptr;
