@@ -69,9 +69,9 @@ record_pulse() {
 }
 xruns_pulse() { grep -ciE 'underrun of|underrun on|overrun' "$work/server.log"; }
 
-# The dummy driver sleeps until the next period and counts an xrun when it wakes up late, with or without clients. With
-# both processors busy and no real-time rights it does so at any period below some 20 ms; 2048 frames are 43 ms. -S: it
-# waits for its clients, as it would for a card's buffer, and does not repeat what they played before.
+# The dummy driver counts an xrun when it wakes up late, with or without clients: on two busy processors without
+# real-time rights once in some seconds at 1024 frames and without any client; none was seen at 2048, which is 43 ms.
+# -S: it waits for its clients, as it would for a card's buffer, and does not repeat what they played before.
 start_jack() {
     private_folder jack
     export JACK_DEFAULT_SERVER=load$$ JACK_NO_START_SERVER=1 JACK_NO_AUDIO_RESERVATION=1
