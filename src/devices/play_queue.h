@@ -87,8 +87,8 @@ class LPlayQueue {
     int64_t QueuedFrames() const;
     // The frame of the source that is heard now; never goes back but by SetBase and Rebase.
     int64_t Played() const;
-    // Of what is heard now, with the volume; kLimitedLevelDb for all while a limiter was at work. One a channel
-    // of the format.
+    // Of what is heard now, with the volume; kLimitedLevelDb for all while a limiter was at work. One a
+    // channel of the format.
     void Levels(LLevelBytes& levels) const;
     uint32_t Gaps() const { return gaps_.load(std::memory_order_relaxed); }
 
