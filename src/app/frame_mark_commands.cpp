@@ -109,8 +109,7 @@ void DeleteHere(LCommandCall& call) {
 }
 
 constexpr LCommandHandler kMarkHandlers[] = {
-    {kCmdAddBookmark,
-     [](LCommandCall& call) { AddBookmark(call.Document(), call.Host(), PlaceHere(call)); }},
+    {kCmdAddBookmark, [](LCommandCall& call) { AddBookmark(call.Document(), call.Host(), PlaceHere(call)); }},
     {kCmdRenameBookmark, RenameNearest},
     {kCmdDeleteBookmark, DeleteNearest},
     {kCmdDeleteAllBookmarks, [](LCommandCall& call) { DeleteAllBookmarks(call.Document(), call.Host()); }},

@@ -13,8 +13,8 @@ constexpr std::array kUsualRates = {6000,  8000,  11025, 16000, 22050,  32000, 4
 }  // namespace
 
 std::span<const LBackendRow* const> Backends() {
-    static const LBackendRow* const rows[] = {&AlsaBackend(), &PulseAudioBackend(), &JackBackend(), &PipeWireBackend(),
-                                              &NullBackend()};
+    static const LBackendRow* const rows[] = {&AlsaBackend(), &PulseAudioBackend(), &JackBackend(),
+                                              &PipeWireBackend(), &NullBackend()};
     return rows;
 }
 
