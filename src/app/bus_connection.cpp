@@ -13,11 +13,11 @@ QString SocketAddress(const QString& path) {
 // As the D-Bus specification has it; empty: there is none.
 QString AddressOf(LBusConnection::Kind kind) {
     if (kind == LBusConnection::Kind::kSystem) {
-        const QString given = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
+        QString given = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS");
         if (!given.isEmpty()) return given;
         return SocketAddress(QStringLiteral("/run/dbus/system_bus_socket"));
     }
-    const QString given = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    QString given = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
     if (given.startsWith(QStringLiteral("autolaunch:"))) return {};
     if (!given.isEmpty()) return given;
     const QString folder = qEnvironmentVariable("XDG_RUNTIME_DIR");

@@ -83,7 +83,7 @@ void LSleepInhibitor::Ask() {
     });
 }
 
-void LSleepInhibitor::Answered(QDBusPendingCall answer) {
+void LSleepInhibitor::Answered(const QDBusPendingCall& answer) {
     asking_ = false;
     bool granted = !answer.isError();
     if (granted && asked_ == 0) {

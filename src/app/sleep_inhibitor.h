@@ -23,7 +23,7 @@ class LSleepInhibitor final : public QObject {
   private:
     void Update();
     void Ask();
-    void Answered(QDBusPendingCall answer);
+    void Answered(const QDBusPendingCall& answer);
     void Release();
     LBusConnection& BusOf(int service);
 
