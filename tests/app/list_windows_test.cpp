@@ -68,9 +68,20 @@ class ListWindowTest : public ListTest {
         QTest::keyClick(list, key, modifiers);
         LetEventsIn();
     }
+    QLineEdit* OpenEditor() const {
+        const auto all = list->findChildren<QLineEdit*>(QStringLiteral("cellEditor"));
+        for (QLineEdit* editor : all)
+            if (editor->isVisible()) return editor;
+        return nullptr;
+    }
     // What is typed into the cell that is being edited.
     void TypeIntoCell(const char* text, Qt::Key end = Qt::Key_Return) const {
-        auto* editor = list->findChild<QLineEdit*>(QStringLiteral("cellEditor"));
+        QLineEdit* editor = OpenEditor();
+        // A window that is only now activated has closed it.
+        for (int i = 0; i < 50 && !editor; ++i, editor = OpenEditor()) {
+            QTest::qWait(20);
+            Key(Qt::Key_F2);
+        }
         ASSERT_NE(editor, nullptr);
         QTest::keyClick(editor, Qt::Key_A, Qt::ControlModifier);
         QTest::keyClick(editor, Qt::Key_Delete);
