@@ -5,11 +5,11 @@
 #include "devices/pipewire_output.h"
 
 #include <spa/param/audio/format-utils.h>
-#include <time.h>
 
 #include <algorithm>
 
 #include "devices/pipewire_session.h"
+#include "gen/clock.h"
 #include "gen/realtime.h"
 
 namespace ondarix {
@@ -25,7 +25,6 @@ constexpr int kCycleMs = 43;
 // A device may need some time to wake up. A stream that lost its device is moved to another one at once, if
 // there is one.
 constexpr int kWakeUpMs = 3000, kMoveMs = 700;
-constexpr int64_t kNsInSecond = 1'000'000'000;
 
 using Positions = std::array<uint32_t, kMostNamedChannels>;
 
@@ -63,12 +62,6 @@ spa_audio_info_raw StreamFormat(LSoundFormat format) {
 int StreamChannels(int channels, int ofDevice) {
     if (channels <= kMostNamedChannels) return channels;
     return std::min({channels, ofDevice > 0 ? ofDevice : 2, kMostStreamChannels});
-}
-
-int64_t NowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * kNsInSecond + now.tv_nsec;
 }
 
 class LPipeWireOutput final : public LOutput {
@@ -229,9 +222,9 @@ double SecondsOf(const spa_fraction& unit) { return static_cast<double>(unit.num
 
 // From the next frame given to the ear, in frames of the stream.
 int64_t LPipeWireOutput::DelayFrames(const pw_time& time) const {
-    const int64_t sinceNs = std::clamp<int64_t>(NowNs() - time.now, 0, kNsInSecond);
+    const int64_t sinceNs = std::clamp<int64_t>(MonotonicNs() - time.now, 0, kNsPerSecond);
     const double delay =
-        static_cast<double>(time.delay) * SecondsOf(time.rate) - static_cast<double>(sinceNs) / kNsInSecond;
+        static_cast<double>(time.delay) * SecondsOf(time.rate) - static_cast<double>(sinceNs) / kNsPerSecond;
     return static_cast<int64_t>(delay * format_.sampleRate) +
            static_cast<int64_t>(time.queued + time.buffered);
 }

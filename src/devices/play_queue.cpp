@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/play_queue.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
 
+#include "gen/clock.h"
 #include "gen/realtime.h"
 
 namespace ondarix {
@@ -16,17 +15,10 @@ namespace {
 constexpr int64_t kMostSamples = int64_t{16} << 20;
 constexpr int32_t kLeastBlocks = 4;
 constexpr float kNoSignalPeak = 4.467e-7f;
-constexpr int64_t kNsPerSecond = 1'000'000'000;
 // The counters start a second or so before they wrap around, so that this happens in every play, not after a
 // day of playing.
 constexpr uint32_t kFirstFrame = 0u - 50000u;
 constexpr int kReadAttempts = 1000;
-
-int64_t MonotonicNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{now.tv_sec} * kNsPerSecond + now.tv_nsec;
-}
 
 void DropNoNumbers(float* samples, size_t count) {
     for (size_t i = 0; i < count; ++i)

@@ -11,6 +11,12 @@ uint64_t TickCountMs() {
     return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
 }
 
+int64_t MonotonicNs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * kNsPerSecond + now.tv_nsec;
+}
+
 int64_t UnixTime() { return static_cast<int64_t>(time(nullptr)); }
 
 }  // namespace ondarix
