@@ -110,7 +110,7 @@ void LLosslessModeSubject::Set(bool on) {
 LSound::LSound(LSound&& other) noexcept { TakeFacts(other); }
 
 LSound& LSound::operator=(const LSound& other) {
-    CopyFrom(other);
+    if (this != &other) CopyFrom(other);
     return *this;
 }
 
