@@ -62,6 +62,7 @@ class LLsdfReader {
 
     // Values of the chunk that Next() gave last; nullopt when type or size do not fit.
     std::optional<bool> Bool();
+    std::optional<uint8_t> Byte();  // kBool, with any value
     std::optional<uint32_t> U32();
     std::optional<int64_t> I64();  // kI64 and kI32As64
     std::optional<float> F32();
@@ -103,6 +104,7 @@ class LLsdfWriter {
     void CloseChunk();                                         // the innermost; nothing when none is open
 
     void PutBool(uint16_t id, bool value);
+    void PutByte(uint16_t id, uint8_t value);  // kBool, with any value
     void PutU32(uint16_t id, uint32_t value);
     void PutI64(uint16_t id, int64_t value);
     void PutI32As64(uint16_t id, int32_t value);

@@ -105,10 +105,16 @@ bool HoldsValue(const std::optional<LsdfChunk>& chunk, LsdfType type) {
 }  // namespace
 
 std::optional<bool> LLsdfReader::Bool() {
+    const std::optional<uint8_t> value = Byte();
+    if (!value) return std::nullopt;
+    return *value != 0;
+}
+
+std::optional<uint8_t> LLsdfReader::Byte() {
     uint8_t value;
     if (!HoldsValue<uint8_t>(current_, LsdfType::kBool) || ReadBuffered(current_->payload, &value, 1) != 1)
         return std::nullopt;
-    return value != 0;
+    return value;
 }
 
 std::optional<uint32_t> LLsdfReader::U32() {

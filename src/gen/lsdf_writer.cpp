@@ -85,6 +85,11 @@ void LLsdfWriter::PutBool(uint16_t id, bool value) {
     Write(chunk.constData(), chunk.size());
 }
 
+void LLsdfWriter::PutByte(uint16_t id, uint8_t value) {
+    const QByteArray chunk = ValueChunk<uint8_t>(id, LsdfType::kBool, value);
+    Write(chunk.constData(), chunk.size());
+}
+
 void LLsdfWriter::PutU32(uint16_t id, uint32_t value) {
     const QByteArray chunk = ValueChunk(id, LsdfType::kU32, value);
     Write(chunk.constData(), chunk.size());

@@ -78,6 +78,7 @@ class LSoundDocument : public LDocumentState {
     QString title;      // file name, or "Untitled_1"
     bool readOnly = false;
     bool loadFailed = false;
+    bool isBusy = false;  // a job works on it (LEditHost::RunDocumentJob): nothing else may change it
     // Data of the container that saving gives back (foreign chunks of a WAV); known to src/formats only.
     std::shared_ptr<void> attachment;
 

@@ -10,6 +10,9 @@
 
 namespace ondarix {
 
+using LDocumentWork = std::function<JobResult(LProgress&)>;
+using LDocumentFinish = std::function<void(JobResult)>;
+
 class LEditHost {
   public:
     virtual ~LEditHost() = default;
@@ -17,6 +20,13 @@ class LEditHost {
     virtual LMessageHost& Messages() = 0;
     // Runs `work` to its end, with its progress shown under `title` where there is a window.
     virtual JobResult RunJob(const QString& title, const std::function<JobResult(LProgress&)>& work) = 0;
+    // A job that takes its time: `work` on a copy of what it needs, of any thread; then `finish` here, with
+    // its result and what it told by ReportError shown. Where there is a window, that is later: the window
+    // works on meanwhile, and `document`, held until then, is busy: commands that change it are refused.
+    // `work` and `finish` are destroyed on the thread of the caller. Otherwise both are done before this
+    // returns.
+    virtual void RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
+                                LDocumentFinish finish);
     // Playback and recording of the document end; false refuses the edit, after a message of its own.
     virtual bool StopForEdit(LSoundDocument&) { return true; }
     virtual void BeforeEdit(LSoundDocument&) {}

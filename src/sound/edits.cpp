@@ -13,7 +13,7 @@ namespace ondarix {
 JobResult (*gDeleteBand)(LSoundDocument& document, LEditHost& host) = nullptr;
 
 bool MayChange(LSoundDocument& document, LEditHost& host, bool emptyToo) {
-    if (!emptyToo && document.Edited().Length() <= 0) return false;
+    if (document.isBusy || (!emptyToo && document.Edited().Length() <= 0)) return false;
     return CheckDiskSpace(document.sound, CacheFolder(), QString::fromLatin1(kLowDiskActionText),
                           host.Messages()) &&
            host.StopForEdit(document);
@@ -27,6 +27,14 @@ bool HasRoomFor(const LSoundDocument& document, int64_t added, LEditHost& host) 
     }
     host.Messages().Tell(QString::fromLatin1(kMaxLengthTitle), QString::fromLatin1(kMaxLengthText));
     return false;
+}
+
+void LEditHost::RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
+                               LDocumentFinish finish) {
+    document->isBusy = true;
+    const JobResult result = RunJob(title, work);
+    document->isBusy = false;
+    finish(result);
 }
 
 JobResult Change(LSoundDocument& document, const QString& label, LEditHost& host,

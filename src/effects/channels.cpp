@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "effects/effect_table.h"
+
+namespace ondarix {
+
+std::span<const LEffectRow> ChannelEffectRows() { return {}; }
+
+}  // namespace ondarix
