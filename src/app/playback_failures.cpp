@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What is said when nothing can be heard.
+#include "app/playback_failures.h"
+
 #include "app/playback.h"
 #include "devices/device_list.h"
 #include "gen/settings.h"
@@ -65,17 +67,23 @@ void LPlayback::Fail(uint16_t status, bool whilePlaying) {
 
 void LPlayback::TellFailure(uint16_t status, const QString& device, bool whilePlaying) {
     const LDeviceMode mode = player_.Device().Mode();
+    if (TellPlayFailure(documents_.EditHost().Messages(), status, device, mode, whilePlaying) && openOptions)
+        openOptions();
+}
+
+bool TellPlayFailure(LMessageHost& messages, uint16_t status, const QString& device, LDeviceMode mode,
+                     bool whilePlaying) {
     const QString section = QStringLiteral("Settings");
     const bool aboutRate = status == kDeviceRateUnsupported && mode == LDeviceMode::kJack;
-    if (aboutRate && GetSettingBool(section, kQuietRateName, false)) return;
+    if (aboutRate && GetSettingBool(section, kQuietRateName, false)) return false;
     const LFailureText failure = FailureText(status, device, mode, whilePlaying);
     const QStringList buttons{QStringLiteral("Open Options"), QStringLiteral("Cancel")};
     bool quiet = false;
-    const int answer = documents_.EditHost().Messages().Ask(
-        failure.title, failure.text, buttons, 1,
-        aboutRate ? QStringLiteral("Do not show this again") : QString(), aboutRate ? &quiet : nullptr);
+    const int answer = messages.Ask(failure.title, failure.text, buttons, 1,
+                                    aboutRate ? QStringLiteral("Do not show this again") : QString(),
+                                    aboutRate ? &quiet : nullptr);
     if (quiet) SetSettingBool(section, kQuietRateName, true);
-    if (answer == 0 && openOptions) openOptions();
+    return answer == 0;
 }
 
 }  // namespace ondarix
