@@ -3,6 +3,7 @@
 
 #include <QLocale>
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -23,16 +24,30 @@ void PutField(const LEffectParam& param, uint16_t tag, LLsdfWriter& writer) {
         case LParamType::kBool:
         case LParamType::kChoice:
             return writer.PutByte(tag, static_cast<uint8_t>(param.value));
-        default:
-            return writer.PutU32(tag, static_cast<uint32_t>(static_cast<int64_t>(param.value)));
+        default: {
+            const double inside = std::clamp<double>(param.value, std::numeric_limits<int32_t>::min(),
+                                                     std::numeric_limits<int32_t>::max());
+            return writer.PutU32(tag, static_cast<uint32_t>(static_cast<int32_t>(inside)));
+        }
     }
+}
+
+// The shortest decimal that gives `value` back: 0.1 stored as a float comes back as the double 0.1, not as
+// the float's neighbour of it.
+double FromStoredFloat(float value) {
+    if (!std::isfinite(value)) return value;
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+    double wide = value;
+    std::from_chars(text, end, wide);
+    return wide;
 }
 
 // Of the chunk that the reader stands at; nothing where it has another type.
 std::optional<double> TakeField(LParamType type, LLsdfReader& reader) {
     if (type == LParamType::kDouble) {
         const auto value = reader.F32();
-        return value ? std::optional<double>(*value) : std::nullopt;
+        return value ? std::optional<double>(FromStoredFloat(*value)) : std::nullopt;
     }
     if (type == LParamType::kDb || type == LParamType::kBool || type == LParamType::kChoice) {
         const auto value = reader.Byte();
@@ -72,6 +87,23 @@ std::optional<double> TakeFixed(LParamType type, std::span<const uint8_t>& bytes
     }
 }
 
+// Numbers for people and for presets; digits are never grouped, so that "1,000" is no number.
+const QLocale& PlainNumbers() {
+    static const QLocale locale = [] {
+        QLocale plain = QLocale::c();
+        plain.setNumberOptions(QLocale::OmitGroupSeparator | QLocale::RejectGroupSeparator);
+        return plain;
+    }();
+    return locale;
+}
+
+QString NumberText(double value) {
+    // Whole numbers without an exponent, as far as a double tells them from their neighbours.
+    if (value == std::floor(value) && std::abs(value) < 1e15)
+        return QString::number(static_cast<qint64>(value));
+    return PlainNumbers().toString(value, 'g', QLocale::FloatingPointShortest);
+}
+
 bool IsSilentDb(const LEffectParam& param, double value) {
     return param.type == LParamType::kDb && value <= kMinusInfinityDb;
 }
@@ -94,10 +126,7 @@ QString ParamText(const LEffectParam& param, double value, bool withUnit) {
     if (param.type == LParamType::kBool) return value != 0 ? QStringLiteral("on") : QStringLiteral("off");
     if (param.type == LParamType::kChoice && value >= 0 && value < static_cast<double>(param.choices.size()))
         return param.choices[static_cast<int>(value)];
-    QString text = IsSilentDb(param, value)
-                       ? QStringLiteral("-inf")
-                       : QLocale::c().toString(value, 'g', QLocale::FloatingPointShortest);
-    if (value == std::floor(value) && !IsSilentDb(param, value)) text = QString::number(value, 'f', 0);
+    QString text = IsSilentDb(param, value) ? QStringLiteral("-inf") : NumberText(value);
     if (withUnit && !param.unit.isEmpty())
         text += (param.unit == QLatin1String("%") ? QString() : QStringLiteral(" ")) + param.unit;
     return text;
@@ -119,7 +148,7 @@ std::optional<double> ParseParam(const LEffectParam& param, const QString& text)
     if (param.type == LParamType::kDb && word.compare(QLatin1String("-inf"), Qt::CaseInsensitive) == 0)
         return kMinusInfinityDb;
     bool isNumber = false;
-    const double value = QLocale::c().toDouble(word, &isNumber);
+    const double value = PlainNumbers().toDouble(word, &isNumber);
     if (!isNumber || !std::isfinite(value) || value < param.minimum || value > param.maximum)
         return std::nullopt;
     if (param.type != LParamType::kDouble && value != std::floor(value)) return std::nullopt;
@@ -156,7 +185,7 @@ int LEffect::GetCurrentPreset() const {
     LEffectParam mine, its;
     for (int preset = 0; preset < GetPresetCount(); ++preset) {
         other->SetPreset(preset);
-        bool same = true;
+        bool same = GetParameterCount() > 0 || other->PresetText() == PresetText();
         for (int i = 0; same && i < GetParameterCount(); ++i) {
             GetParameterInfo(i, mine);
             other->GetParameterInfo(i, its);
@@ -189,23 +218,55 @@ QString LEffect::SetOption(const QString& name, const QString& value) {
                : QStringLiteral("\"%1\" is no parameter; there are %2").arg(name, known.join(", "));
 }
 
-void SaveEffect(const LEffect& effect, LLsdfWriter& writer) {
-    writer.Open(kEffectGroupTag);
-    writer.PutByte(kFirstFieldTag, effect.bypass);
-    writer.PutU32(kStoredWordTag, effect.storedWord);
-    writer.CloseChunk();
-    effect.Save(writer);
+QString LEffect::PresetText() const {
+    QStringList values;
+    LEffectParam param;
+    for (int i = 0; i < GetParameterCount(); ++i)
+        if (GetParameterInfo(i, param)) values += NumberText(param.value);
+    return values.join(QLatin1Char(' '));
 }
 
-void LoadEffect(LEffect& effect, LLsdfReader& reader) {
-    const auto first = reader.Next();
-    if (!first || first->id != kEffectGroupTag || !reader.Enter()) return;
-    while (const auto chunk = reader.Next()) {
-        if (chunk->id == kFirstFieldTag) effect.bypass = reader.Byte().value_or(effect.bypass);
-        if (chunk->id == kStoredWordTag) effect.storedWord = reader.U32().value_or(effect.storedWord);
+bool LEffect::SetPresetText(const QString& text) {
+    std::vector<double> values;
+    for (const QString& word : text.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        bool isNumber = false;
+        values.push_back(PlainNumbers().toDouble(word, &isNumber));
+        if (!isNumber || !std::isfinite(values.back())) return false;
+    }
+    const auto count = static_cast<size_t>(GetParameterCount());
+    if (values.empty() != (count == 0)) return false;
+    if (values.size() < count) SetDefaults();
+    for (size_t i = 0; i < std::min(values.size(), count); ++i) SetParameter(static_cast<int>(i), values[i]);
+    return true;
+}
+
+void LEffect::SaveStored(LLsdfWriter& writer) const {
+    SaveCommonPart(*this, writer);
+    Save(writer);
+}
+
+void LEffect::LoadStored(LLsdfReader& reader) {
+    if (LoadCommonPart(*this, reader)) Load(reader);
+}
+
+void SaveCommonPart(const LEffect& effect, LLsdfWriter& writer) {
+    const uint8_t off = effect.enabled ? 0 : 1;
+    writer.Open(kEffectGroupTag);
+    writer.PutByte(kFirstFieldTag, effect.bypass != 0 ? effect.bypass : off);
+    writer.PutU32(kStoredWordTag, effect.storedWord);
+    writer.CloseChunk();
+}
+
+bool LoadCommonPart(LEffect& effect, LLsdfReader& reader) {
+    auto chunk = reader.Next();
+    while (chunk && (chunk->id != kEffectGroupTag || !reader.Enter())) chunk = reader.Next();
+    if (!chunk) return false;
+    while (const auto field = reader.Next()) {
+        if (field->id == kFirstFieldTag) effect.bypass = reader.Byte().value_or(effect.bypass);
+        if (field->id == kStoredWordTag) effect.storedWord = reader.U32().value_or(effect.storedWord);
     }
     reader.Leave();
-    effect.Load(reader);
+    return true;
 }
 
 }  // namespace ondarix

@@ -69,10 +69,13 @@ class LEffect {
     virtual bool GetParameterInfo(int /*index*/, LEffectParam& /*out*/) const { return false; }
 
     // The effect's own fields into the chunk that is open: one chunk for each parameter from 8192 on, after
-    // the common part (see SaveEffect).
+    // the common part (see SaveStored). Doubles are stored as 32-bit floats, whole numbers in 32 bits.
     virtual void Save(LLsdfWriter& writer) const;
     // Of the group that has been entered; what is missing or of another type keeps its value.
     virtual void Load(LLsdfReader& reader);
+    // The whole stored form, into and out of the group that is open: the common part, then the own fields.
+    virtual void SaveStored(LLsdfWriter& writer) const;
+    virtual void LoadStored(LLsdfReader& reader);
     // The older form: the bare parameters in their order, little-endian, each in its own width.
     virtual void LoadFixed(std::span<const uint8_t> bytes);
     virtual int GetStorageVersion() const { return 1; }
@@ -88,6 +91,12 @@ class LEffect {
     // The built-in preset that has the present values (integers exactly, doubles within 0.01), or -1.
     virtual int GetCurrentPreset() const;
     virtual void SetDefaults() {}
+    // Everything that a user's preset holds, exactly, on one line and the same in every language. Here: the
+    // parameters in their order, separated by blanks.
+    virtual QString PresetText() const;
+    // False, and nothing changed, where the text is none of PresetText; values are clamped to their ranges.
+    // Here: parameters that the text has not get their defaults, so that presets of earlier versions last.
+    virtual bool SetPresetText(const QString& text);
 
     // --- What effects need that must know the whole sound before they can begin.
     virtual bool NeedsMeasure() const { return false; }
@@ -114,10 +123,11 @@ class LEffect {
     LEffect& operator=(const LEffect&) = default;
 };
 
-// The stored form of an effect: the group with the common part (bypass, word), then the effect's own fields.
-// Into and out of the group that is open.
-void SaveEffect(const LEffect& effect, LLsdfWriter& writer);
-void LoadEffect(LEffect& effect, LLsdfReader& reader);
+// The common part of a stored effect: bypass and word. The format has no place for `enabled`: an effect that
+// is off in its chain is stored as bypassed, so that every reader passes it over.
+void SaveCommonPart(const LEffect& effect, LLsdfWriter& writer);
+// Skips what stands before it; false where there is none.
+bool LoadCommonPart(LEffect& effect, LLsdfReader& reader);
 
 inline constexpr uint16_t kEffectTypeTag = 8192;   // in a chain: the type number of the next effect
 inline constexpr uint16_t kEffectGroupTag = 4096;  // in a chain: an effect; in an effect: the common part

@@ -88,22 +88,57 @@ std::unique_ptr<LEffect> MakeEffect(int32_t type) {
     return row && row->make ? row->make() : std::make_unique<LUnknownEffect>(type);
 }
 
+bool LUnknownEffect::TakeField(const LsdfChunk& chunk, LLsdfReader& reader, int64_t& left) {
+    if (chunk.size > left) return false;
+    left -= chunk.size;
+    fields_.push_back({chunk.id, chunk.type, reader.Bytes(0, chunk.size)});
+    return true;
+}
+
 void LUnknownEffect::Save(LLsdfWriter& writer) const {
-    for (const LField& field : fields_) {
-        writer.Open(field.id, static_cast<LsdfType>(field.type));
-        writer.Write(field.payload.constData(), field.payload.size());
+    for (size_t i = 0; i < fields_.size(); ++i) {
+        if (i == common_) continue;
+        writer.Open(fields_[i].id, static_cast<LsdfType>(fields_[i].type));
+        writer.Write(fields_[i].payload.constData(), fields_[i].payload.size());
         writer.CloseChunk();
     }
 }
 
 void LUnknownEffect::Load(LLsdfReader& reader) {
     fields_.clear();
+    common_ = kNone;
+    int64_t left = kMostBytes;
+    while (const auto chunk = reader.Next())
+        if (!TakeField(*chunk, reader, left)) return;
+}
+
+void LUnknownEffect::SaveStored(LLsdfWriter& writer) const {
+    const bool same = enabled && bypass == loadedBypass_ && storedWord == loadedWord_;
+    if (common_ == kNone || !same) SaveCommonPart(*this, writer);
+    for (size_t i = 0; i < fields_.size(); ++i) {
+        if (i == common_ && !same) continue;
+        writer.Open(fields_[i].id, static_cast<LsdfType>(fields_[i].type));
+        writer.Write(fields_[i].payload.constData(), fields_[i].payload.size());
+        writer.CloseChunk();
+    }
+}
+
+void LUnknownEffect::LoadStored(LLsdfReader& reader) {
+    fields_.clear();
+    common_ = kNone;
     int64_t left = kMostBytes;
     while (const auto chunk = reader.Next()) {
-        if (chunk->size > left) return;
-        left -= chunk->size;
-        fields_.push_back({chunk->id, chunk->type, reader.Bytes(0, chunk->size)});
+        if (!TakeField(*chunk, reader, left)) break;
+        if (common_ != kNone || chunk->id != kEffectGroupTag || !reader.Enter()) continue;
+        common_ = fields_.size() - 1;
+        while (const auto field = reader.Next()) {
+            if (field->id == kFirstFieldTag) bypass = reader.Byte().value_or(bypass);
+            if (field->id == kStoredWordTag) storedWord = reader.U32().value_or(storedWord);
+        }
+        reader.Leave();
     }
+    loadedBypass_ = bypass;
+    loadedWord_ = storedWord;
 }
 
 }  // namespace ondarix

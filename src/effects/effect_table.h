@@ -51,15 +51,25 @@ class LUnknownEffect final : public LEffect {
     std::unique_ptr<LEffect> Clone() const override { return std::make_unique<LUnknownEffect>(*this); }
     void Save(LLsdfWriter& writer) const override;
     void Load(LLsdfReader& reader) override;
+    // Byte for byte as it was loaded, whatever stands there; the common part anew where bypass, word or
+    // `enabled` have changed since.
+    void SaveStored(LLsdfWriter& writer) const override;
+    void LoadStored(LLsdfReader& reader) override;
 
   private:
     struct LField {
-        uint16_t id, type;
+        uint16_t id = 0, type = 0;
         QByteArray payload;
     };
-    static constexpr int64_t kMostBytes = 1 << 24;  // of all fields together
+    static constexpr int64_t kMostBytes = 1 << 28;  // of all fields together
+    static constexpr size_t kNone = SIZE_MAX;
+    bool TakeField(const LsdfChunk& chunk, LLsdfReader& reader, int64_t& left);
+
     int32_t type_;
     std::vector<LField> fields_;
+    size_t common_ = kNone;  // of fields_
+    uint8_t loadedBypass_ = 0;
+    uint32_t loadedWord_ = 0;
 };
 
 // The parts of the table, one family each.

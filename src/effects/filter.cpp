@@ -38,6 +38,10 @@ bool LSoundFilter::Query(uint32_t id, void* result) {
     return id != kQueryIntegerBits && HasSource() && source_->Query(id, result);
 }
 
+int32_t LSoundFilter::Adjust(int32_t value, uint32_t low, uint32_t high) {
+    return HasSource() ? source_->Adjust(value, low, high) : value;
+}
+
 void LSoundFilter::WaitForData(uint32_t ms) {
     if (HasSource()) source_->WaitForData(ms);
 }

@@ -30,6 +30,7 @@ class LSoundFilter : public LSoundSource {
     void Seek(int64_t frame) override;
     // All but the width of integer samples, which a changed sample has no more.
     bool Query(uint32_t id, void* result) override;
+    int32_t Adjust(int32_t value, uint32_t low, uint32_t high) override;
     bool IsGrowing() override { return HasSource() && source_->IsGrowing(); }
     void WaitForData(uint32_t ms) override;
 
