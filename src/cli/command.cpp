@@ -7,7 +7,7 @@ namespace ondarix {
 namespace {
 
 const LOptionRow* FindOption(const LCommandRow& command, const QString& name) {
-    for (const auto rows : {command.options, CommonOptions()}) {
+    for (const auto rows : {command.placed, command.options, CommonOptions()}) {
         for (const LOptionRow& row : rows) {
             if (name == row.name) return &row;
         }
@@ -55,6 +55,8 @@ QString TakeOption(const QStringList& words, qsizetype& index, LParsedLine& line
     if (!row) {
         return QString("%1: unknown option \"%2\" (see: ondarix-cli help %1)").arg(command, words[index]);
     }
+    const bool isPlaced = std::any_of(line.command->placed.begin(), line.command->placed.end(),
+                                      [&](const LOptionRow& one) { return &one == row; });
     if (line.arguments.options.contains(name)) return QString("%1: %2 is given twice").arg(command, name);
     QString value;
     if (*row->value) {
@@ -65,7 +67,12 @@ QString TakeOption(const QStringList& words, qsizetype& index, LParsedLine& line
     } else if (inlineValue) {
         return QString("%1: %2 takes no value").arg(command, name);
     }
-    line.arguments.options.insert(name, value);
+    if (isPlaced) {
+        line.arguments.operands += name;
+        if (*row->value) line.arguments.operands += value;
+    } else {
+        line.arguments.options.insert(name, value);
+    }
     return {};
 }
 
@@ -146,6 +153,7 @@ QString CommandHelp(const LCommandRow& command) {
     QString text = QString("Usage: %1\n%2.\n").arg(UsageLine(command), command.summary);
     if (*command.details) text += '\n' + QString::fromUtf8(command.details);
     if (command.operations) text += "\nOperations:\n" + OperationLines(command.operations());
+    if (!command.placed.empty()) text += "\nAmong the arguments:\n" + OptionLines(command.placed);
     text += "\nOptions:\n" + OptionLines(command.options) + OptionLines(CommonOptions());
     return text;
 }

@@ -47,6 +47,9 @@ struct LCommandRow {
     int maxOperands;  // kAnyNumber: no limit
     ExitStatus (*run)(const LArguments& arguments, LContext& context);
     std::vector<LOperationHelp> (*operations)() = nullptr;
+    // Options whose place counts: they stay among the operands, name and value as two words, as often as they
+    // are given.
+    std::span<const LOptionRow> placed = {};
 };
 
 // Every row, in the order of the help.
@@ -71,6 +74,10 @@ QString ProgramHelp();
 ExitStatus RunInfo(const LArguments& arguments, LContext& context);
 ExitStatus RunConvert(const LArguments& arguments, LContext& context);
 ExitStatus RunEdit(const LArguments& arguments, LContext& context);
+ExitStatus RunEffects(const LArguments& arguments, LContext& context);
+ExitStatus RunApply(const LArguments& arguments, LContext& context);
+ExitStatus RunChainShow(const LArguments& arguments, LContext& context);
+ExitStatus RunChainMake(const LArguments& arguments, LContext& context);
 ExitStatus RunPlay(const LArguments& arguments, LContext& context);
 ExitStatus RunDevices(const LArguments& arguments, LContext& context);
 ExitStatus RunCacheList(const LArguments& arguments, LContext& context);

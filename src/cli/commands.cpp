@@ -2,6 +2,7 @@
 // The rows. A new subcommand is one row here and one file with its function.
 #include "cli/command.h"
 #include "cli/edit_operations.h"
+#include "cli/effect_words.h"
 #include "cli/sound_files.h"
 
 namespace ondarix {
@@ -14,6 +15,9 @@ constexpr LOptionRow kInfoOptions[] = {
 constexpr LOptionRow kWriteOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kProgressOption};
 constexpr LOptionRow kEditOptions[] = {kBitsOption, kNoShapingOption, kNoClobberOption, kHistoryOption,
                                        kProgressOption};
+constexpr LOptionRow kApplyOptions[] = {kStartOption,     kEndOption,       kChannelOption, kBitsOption,
+                                        kNoShapingOption, kNoClobberOption, kProgressOption};
+constexpr LOptionRow kChainMakeOptions[] = {kNoClobberOption};
 constexpr LOptionRow kPlayOptions[] = {
     {"--from", "POSITION", "begin there, not at the start"},
     {"--to", "POSITION", "end there, not at the end"},
@@ -42,6 +46,10 @@ constexpr const char* kPlayDetails =
 constexpr const char* kDevicesDetails =
     "A \">\" stands before the output that the editor plays on. With --json it is also told which sound\n"
     "systems answer; a rate or number of channels of 0 is not known before the device is opened.\n";
+constexpr const char* kEffectsDetails =
+    "With names: what they do, their parameters with ranges and defaults, and their presets. Yours are "
+    "marked\n"
+    "\"(own)\". With --json all of that is told of every effect, levels in dB with null for silence.\n";
 constexpr const char* kCacheCleanDetails =
     "MODE is one of\n"
     "  disk-pressure (1)  by free space only: everything, or what was not used for an hour, a day, 28 days\n"
@@ -61,6 +69,19 @@ constexpr LCommandRow kCommands[] = {
      2, &RunConvert},
     {"edit", "IN OUT OPERATION...", "Cut, join and split a sound, and save the result", kEditDetails,
      kEditOptions, 3, kAnyNumber, &RunEdit, &EditOperations},
+    {"apply", "IN OUT EFFECT [NAME=VALUE]...", "Apply effects to a sound, and save the result", kApplyDetails,
+     kApplyOptions, 3, kAnyNumber, &RunApply, nullptr, kPlacedEffectOptions},
+    {"effects",
+     "[EFFECT]...",
+     "List the effects, or tell all about some",
+     kEffectsDetails,
+     {},
+     0,
+     kAnyNumber,
+     &RunEffects},
+    {"chain show", "FILE", "Tell what a stored chain of effects holds", "", {}, 1, 1, &RunChainShow},
+    {"chain make", "OUT EFFECT [NAME=VALUE]...", "Store a chain of effects", kChainMakeDetails,
+     kChainMakeOptions, 2, kAnyNumber, &RunChainMake, nullptr, kPlacedEffectOptions},
     {"formats", "", "List the kinds of files that can be opened and saved", "", {}, 0, 0, &RunFormats},
     {"play", "FILE", "Play a sound file", kPlayDetails, kPlayOptions, 1, 1, &RunPlay},
     {"devices", "", "List the sound devices", kDevicesDetails, {}, 0, 0, &RunDevices},

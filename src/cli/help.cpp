@@ -7,13 +7,21 @@
 namespace ondarix {
 namespace {
 
-QJsonArray OptionsToJson(std::span<const LOptionRow> rows) {
+// `placed`: of the options that stay among the arguments.
+QJsonArray OptionsToJson(std::span<const LOptionRow> rows, bool placed = false) {
     QJsonArray array;
     for (const LOptionRow& row : rows) {
         QJsonObject option{{"name", row.name}, {"help", row.help}};
         if (*row.value) option["value"] = row.value;
+        if (placed) option["placed"] = true;
         array += option;
     }
+    return array;
+}
+
+QJsonArray AllOptionsToJson(const LCommandRow& command) {
+    QJsonArray array = OptionsToJson(command.placed, true);
+    for (const auto& option : OptionsToJson(command.options)) array += option;
     return array;
 }
 
@@ -39,7 +47,7 @@ ExitStatus RunHelp(const LArguments& arguments, LContext& context) {
                             {"usage", UsageLine(row)},
                             {"summary", row.summary},
                             {"details", row.details},
-                            {"options", OptionsToJson(row.options)}};
+                            {"options", AllOptionsToJson(row)}};
         if (row.operations) command["operations"] = OperationsToJson(row);
         commands += command;
     }
