@@ -12,7 +12,7 @@ namespace ondarix {
 namespace {
 
 constexpr int kSilentDb = -127, kLoudestDb = 127;
-constexpr int64_t kPieceFrames = 4096;
+constexpr int64_t kMeasurePiece = 4096;
 constexpr double kPerceivedQ = 5.0;
 struct LPerceivedBand {
     double hz, gainDb;
@@ -121,7 +121,7 @@ double LLoudWindowsMeasure::Finish() {
 // --- LPerceivedMeasure
 
 LPerceivedMeasure::LPerceivedMeasure(int64_t rate, int channels)
-    : LRmsMeasure(channels), channels_(channels), filtered_(static_cast<size_t>(kPieceFrames * channels)) {
+    : LRmsMeasure(channels), channels_(channels), filtered_(static_cast<size_t>(kMeasurePiece * channels)) {
     for (const LPerceivedBand& band : kPerceivedBands)
         if (band.gainDb != 0)  // the others pass everything
             filters_.emplace_back(
@@ -130,7 +130,7 @@ LPerceivedMeasure::LPerceivedMeasure(int64_t rate, int channels)
 
 void LPerceivedMeasure::Feed(const float* block, int64_t frames) {
     while (frames > 0) {
-        const int64_t piece = std::min(frames, kPieceFrames);
+        const int64_t piece = std::min(frames, kMeasurePiece);
         std::copy_n(block, piece * channels_, filtered_.data());
         for (LPeakingFilter& filter : filters_) filter.Process(filtered_.data(), piece, channels_);
         LRmsMeasure::Feed(filtered_.data(), piece);
@@ -145,7 +145,7 @@ LRunningGateMeasure::LRunningGateMeasure(int64_t rate, int channels, int64_t blo
     : channels_(channels),
       blockFrames_(blockFrames),
       filters_(static_cast<size_t>((channels + 1) / 2), LKWeightedPair(KWeightingFor(rate))),
-      loudest_(static_cast<size_t>(kPieceFrames)) {
+      loudest_(static_cast<size_t>(kMeasurePiece)) {
     for (size_t i = 0; i < blocks_.size(); ++i)
         blocks_[i].start = blockFrames_ * static_cast<int64_t>(i) / static_cast<int64_t>(blocks_.size());
 }
@@ -158,7 +158,7 @@ void LRunningGateMeasure::Weigh(const float* block, int64_t frames) {
 }
 
 int64_t LRunningGateMeasure::ToNextEdge() const {
-    int64_t nearest = kPieceFrames;
+    int64_t nearest = kMeasurePiece;
     for (const LBlock& block : blocks_) {
         const bool open = frames_ >= block.start;
         nearest = std::min(nearest, open ? blockFrames_ - block.frames : block.start - frames_);

@@ -12,11 +12,11 @@
 namespace ondarix {
 namespace {
 
-constexpr int kLanes = 8;
-constexpr int64_t kPieceFrames = 2048;
-constexpr int64_t kChunk = 64;  // places that are left out together where nothing can be louder
+constexpr int kOversampleLanes = 8;
+constexpr int64_t kOversamplePiece = 2048;
+constexpr int64_t kOversampleChunk = 64;  // places that are left out together where nothing can be louder
 constexpr double kKaiserBeta = 7.0;
-using LLanes = float __attribute__((vector_size(kLanes * sizeof(float))));
+using LOversampled = float __attribute__((vector_size(kOversampleLanes * sizeof(float))));
 
 int PhasesAt(int64_t rate) { return rate >= 192000 ? 0 : rate >= 96000 ? 1 : 3; }
 
@@ -37,18 +37,18 @@ void MakePhase(double share, float* taps) {
     for (int t = 0; t < LTruePeakMeter::kTaps; ++t) taps[t] = static_cast<float>(values[t] / sum);
 }
 
-// The largest magnitude at `count` places (a multiple of kLanes), of one phase; `line` holds count + kTaps -
-// 1 samples. No number is as good as 0.
+// The largest magnitude at `count` places (a multiple of kOversampleLanes), of one phase; `line` holds count
+// + kTaps - 1 samples. No number is as good as 0.
 ONDARIX_WIDE float LargestBetween(const float* line, int64_t count, const float* taps) {
-    LLanes most{};
-    for (int64_t i = 0; i < count; i += 2 * kLanes) {
-        const bool both = i + kLanes < count;
-        LLanes sum{}, next{}, x;
+    LOversampled most{};
+    for (int64_t i = 0; i < count; i += 2 * kOversampleLanes) {
+        const bool both = i + kOversampleLanes < count;
+        LOversampled sum{}, next{}, x;
         for (int t = 0; t < LTruePeakMeter::kTaps; ++t) {
             std::memcpy(&x, line + i + t, sizeof x);
             sum += x * taps[t];
             if (!both) continue;
-            std::memcpy(&x, line + i + t + kLanes, sizeof x);
+            std::memcpy(&x, line + i + t + kOversampleLanes, sizeof x);
             next += x * taps[t];
         }
         most = sum > most ? sum : most;
@@ -57,7 +57,7 @@ ONDARIX_WIDE float LargestBetween(const float* line, int64_t count, const float*
         most = -next > most ? -next : most;
     }
     float largest = 0;
-    for (int lane = 0; lane < kLanes; ++lane) largest = std::max(largest, most[lane]);
+    for (int lane = 0; lane < kOversampleLanes; ++lane) largest = std::max(largest, most[lane]);
     return largest;
 }
 
@@ -75,7 +75,7 @@ LTruePeakMeter::LTruePeakMeter(int64_t rate, int channels)
       mostGain_(1),
       taps_(static_cast<std::size_t>(phases_) * kTaps),
       past_(static_cast<std::size_t>(channels) * (kTaps - 1)),
-      line_(static_cast<std::size_t>(kPieceFrames) + kTaps - 1),
+      line_(static_cast<std::size_t>(kOversamplePiece) + kTaps - 1),
       peaks_(static_cast<std::size_t>(channels)) {
     for (int phase = 0; phase < phases_; ++phase) {
         float* const taps = taps_.data() + static_cast<std::ptrdiff_t>(phase) * kTaps;
@@ -99,7 +99,7 @@ void LTruePeakMeter::Reset() {
 
 void LTruePeakMeter::Feed(const float* block, int64_t frames) {
     while (frames > 0) {
-        const int64_t piece = std::min(frames, kPieceFrames);
+        const int64_t piece = std::min(frames, kOversamplePiece);
         for (int channel = 0; channel < channels_; ++channel) FeedChannel(block + channel, piece, channel);
         block += piece * channels_;
         frames -= piece;
@@ -112,11 +112,11 @@ void LTruePeakMeter::FeedChannel(const float* first, int64_t frames, int channel
     for (int64_t i = 0; i < frames; ++i) line[i] = first[i * channels_];
     float& peak = peaks_[static_cast<std::size_t>(channel)];
     peak = std::max(peak, MaxMagnitude(line, frames));
-    for (int64_t at = 0; phases_ > 0 && at < frames; at += kChunk) {
+    for (int64_t at = 0; phases_ > 0 && at < frames; at += kOversampleChunk) {
         const float* const from = line_.data() + at;
-        const int64_t count = std::min(kChunk, frames - at);
+        const int64_t count = std::min(kOversampleChunk, frames - at);
         if (MaxMagnitude(from, count + kTaps - 1) * mostGain_ <= peak) continue;
-        const int64_t whole = count / kLanes * kLanes;
+        const int64_t whole = count / kOversampleLanes * kOversampleLanes;
         for (int phase = 0; phase < phases_; ++phase) {
             const float* const taps = taps_.data() + static_cast<std::ptrdiff_t>(phase) * kTaps;
             peak = std::max(peak, LargestBetween(from, whole, taps));

@@ -38,6 +38,7 @@ struct LEffectParam {
     QString unit;                                // "%", "ms", "Hz", "dB" or empty
     QString setting;  // the name under which the last used value is kept; empty: `id`
     QStringList choices;
+    bool isStoredLinear = false;  // a level in dB (kDouble) whose last used value is kept as 10^(dB / 20)
 };
 // "-6 dB", "-inf dB", "Sinusoidal", "0.5 Hz", "on": as people read and type it, without the unit where
 // `withUnit` is false. The text that ParseParam takes back.

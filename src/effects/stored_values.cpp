@@ -13,12 +13,17 @@ const QString kRecentSection = QStringLiteral("Settings");
 
 QString SettingOf(const LEffectParam& param) { return param.setting.isEmpty() ? param.id : param.setting; }
 
+double LinearOf(double db) { return std::pow(10.0, db / 20); }
+double DbOf(double linear) { return 20 * std::log10(linear); }
+
 double GetStored(const LEffectParam& param, const QString& section) {
     const QString name = SettingOf(param);
     switch (param.type) {
         case LParamType::kBool:
             return GetSettingBool(section, name, param.value != 0) ? 1 : 0;
         case LParamType::kDouble:
+            if (param.isStoredLinear) return DbOf(GetSettingDouble(section, name, LinearOf(param.value)));
+            return GetSettingDouble(section, name, param.value);
         case LParamType::kInt64:
             return GetSettingDouble(section, name, param.value);
         default:
@@ -32,7 +37,8 @@ bool SetStored(const LEffectParam& param, const QString& section) {
         case LParamType::kBool:
             return SetSettingBool(section, name, param.value != 0);
         case LParamType::kDouble:
-            return SetSettingDouble(section, name, param.value);
+            return SetSettingDouble(section, name,
+                                    param.isStoredLinear ? LinearOf(param.value) : param.value);
         default:
             return SetSettingString(section, name, QString::number(std::llround(param.value)));
     }
