@@ -24,19 +24,18 @@ QString PlainName(const QString& name) { return name.trimmed().normalized(QStrin
 bool MayNotStand(char32_t letter) {
     switch (QChar::category(letter)) {
         case QChar::Other_Control:
-        case QChar::Other_Surrogate:
-        case QChar::Other_NotAssigned:
-        case QChar::Other_Format:  // invisible, or turns the direction of what follows
         case QChar::Separator_Line:
         case QChar::Separator_Paragraph:
             return true;
+        case QChar::Other_Format:  // invisible, or turns the direction of what follows;
+            return letter != 0x200C && letter != 0x200D;  // the two that join letters belong to words
         default:
             return letter == U'\\';  // parts the sections of the settings
     }
 }
 
 bool IsPresetName(const QString& plain) {
-    if (plain.isEmpty() || plain.size() > kFixedTextLength) return false;
+    if (plain.isEmpty() || plain.size() > kFixedTextLength || !plain.isValidUtf16()) return false;
     const QList<uint> letters = plain.toUcs4();
     return std::none_of(letters.begin(), letters.end(), [](uint letter) { return MayNotStand(letter); });
 }
