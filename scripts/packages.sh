@@ -7,7 +7,8 @@ set -euo pipefail
 run=(g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-svg-dev libsqlite3-dev zlib1g-dev
      libasound2-dev libpulse-dev libjack-jackd2-dev libpipewire-0.3-dev
      libgl1-mesa-dri fonts-dejavu-core qt6-qpa-plugins alsa-utils)
-check=(libgtest-dev libgmock-dev libbenchmark-dev clang-format clang-tidy python3 sox libsox-fmt-all ffmpeg
+check=(libgtest-dev libgmock-dev libbenchmark-dev libebur128-dev clang-format clang-tidy python3 sox
+       libsox-fmt-all ffmpeg
        pulseaudio pulseaudio-utils jackd2 jack-tools jack-capture pipewire pipewire-bin wireplumber
        libasound2-plugins dbus
        xvfb openbox xclip xdotool imagemagick desktop-file-utils appstream shared-mime-info libxml2-utils

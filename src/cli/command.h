@@ -79,6 +79,7 @@ ExitStatus RunApply(const LArguments& arguments, LContext& context);
 ExitStatus RunChainShow(const LArguments& arguments, LContext& context);
 ExitStatus RunChainMake(const LArguments& arguments, LContext& context);
 ExitStatus RunPlay(const LArguments& arguments, LContext& context);
+ExitStatus RunLoudness(const LArguments& arguments, LContext& context);
 ExitStatus RunDevices(const LArguments& arguments, LContext& context);
 ExitStatus RunCacheList(const LArguments& arguments, LContext& context);
 ExitStatus RunCacheClean(const LArguments& arguments, LContext& context);

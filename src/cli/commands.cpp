@@ -29,9 +29,20 @@ constexpr LOptionRow kPlayOptions[] = {
     {"--progress", "", "show the time on the terminal"},
 };
 
+constexpr LOptionRow kLoudnessOptions[] = {
+    {"--from", "POSITION", "begin there, not at the start"},
+    {"--to", "POSITION", "end there, not at the end"},
+    kProgressOption,
+};
+
 constexpr const char* kInfoDetails =
     "Only headers are read, unless --level is given. Every file is looked at, also after one that\n"
     "cannot be read; the status is then 2.\n";
+constexpr const char* kLoudnessDetails =
+    "Integrated loudness by ITU-R BS.1770-4, the largest momentary (400 ms) and short-term (3 s) loudness,\n"
+    "the loudness range by EBU Tech 3342, and the peaks between the samples (dBTP) and of the samples. A\n"
+    "sound shorter than a window has no loudness of it. Every file is measured, also after one that cannot\n"
+    "be; the status is then 2. Positions are frames or times: 12345, 1.5s, 250ms, 1:02.5, end-10s.\n";
 constexpr const char* kConvertDetails =
     "The extension of OUT chooses the kind of file. Without --bits the samples keep the coding that they\n"
     "have in IN where OUT can hold it, and become 16-bit PCM otherwise. OUT is replaced when it exists;\n"
@@ -65,6 +76,8 @@ constexpr const char* kSettingsListDetails =
 
 constexpr LCommandRow kCommands[] = {
     {"info", "FILE...", "Tell what sound files hold", kInfoDetails, kInfoOptions, 1, kAnyNumber, &RunInfo},
+    {"loudness", "FILE...", "Measure the loudness and true peak of sound files", kLoudnessDetails,
+     kLoudnessOptions, 1, kAnyNumber, &RunLoudness},
     {"convert", "IN OUT", "Write a sound file in another kind or coding", kConvertDetails, kWriteOptions, 2,
      2, &RunConvert},
     {"edit", "IN OUT OPERATION...", "Cut, join and split a sound, and save the result", kEditDetails,
