@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the tests of the sound devices under the thread sanitizer and runs those that touch nothing but our own code:
-# the queue, the player, the tap, chains and the null device. The libraries of the sound servers are not instrumented:
+# the queue, the player, the tap, chains and the null device. Before them, rendering on two threads. The libraries of the sound servers are not instrumented:
 # what they guard would be reported as races, there and in all that follows.
 # Usage: tsan.sh [FILTER of GoogleTest [ARGUMENT of GoogleTest...]]
 set -euo pipefail
@@ -12,6 +12,7 @@ long='PlayChain.AnyBlockSizeAndASeekGiveTheSameSamples:PlayChain.FollowsASoundTh
 filter=${1:-$ours-$server:$long}
 cd "$here"
 cmake --preset tsan >/dev/null
-cmake --build build/tsan --target test_devices -- --quiet
+cmake --build build/tsan --target test_devices test_sound -- --quiet
 export TSAN_OPTIONS="exitcode=66 second_deadlock_stack=1 suppressions=$here/scripts/tsan.supp"
+[ $# -gt 0 ] || QT_QPA_PLATFORM=offscreen build/tsan/tests/test_sound --gtest_filter='ReadAhead*'
 QT_QPA_PLATFORM=offscreen build/tsan/tests/test_devices --gtest_filter="$filter" "${@:2}"

@@ -61,8 +61,9 @@ class LCacheFileWriter final : public LSoundSink {
 LSoundSinkRef CreateCacheWriter(int32_t rate, uint8_t channels, LSound* owner);
 
 // Pumps `source` from where it stands to its end into `sink`: blocks of kPumpFrames, fraction at most every
-// 50 ms, cancel asked each block. Follows a growing source until it ends or is cancelled when `follow`. A
-// sink that has failed ends it with kFailed.
+// 50 ms, cancel asked each block, both on this thread. Follows a growing source until it ends or is cancelled
+// when `follow`. A sink that has failed ends it with kFailed. A long source that does not grow is read on
+// another thread meanwhile, and may stand further on than what has been written when this ends early.
 inline constexpr int32_t kPumpFrames = kBlockFrames;
 JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow = false);
 

@@ -6,6 +6,7 @@
 
 #include "gen/clock.h"
 #include "sound/cache_writer.h"
+#include "sound/read_ahead.h"
 #include "sound/readers.h"
 
 namespace ondarix {
@@ -14,6 +15,9 @@ namespace {
 
 constexpr uint64_t kFractionEveryMs = 50;
 constexpr uint32_t kGrowthWaitMs = 50;
+constexpr int kAskEveryMs = 50;  // while nothing has been read yet
+constexpr int64_t kWorthAThread =
+    int64_t{16} * kPumpFrames;  // below, starting one takes longer than it saves
 
 bool HasRoomToRender(int64_t frames, int channels) {
     int64_t bytes = 0;
@@ -43,9 +47,8 @@ class FractionReport {
     uint64_t shown_ = TickCountMs();
 };
 
-}  // namespace
-
-JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
+// Block by block on this thread; `follow`: until the source grows no more.
+JobResult PumpHere(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
     std::vector<float> block(static_cast<size_t>(kPumpFrames) * source.channels);
     FractionReport report(progress, source.GetPosition());
     while (!sink.HasFailed()) {
@@ -65,6 +68,34 @@ JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress
         report.Show(position + frames, end);
     }
     return JobResult::kFailed;
+}
+
+// What `ahead` reads on its thread is written on this one. Progress is asked as often as it would be without
+// the other thread, and while that keeps this one waiting.
+JobResult PumpAhead(LReadAhead& ahead, LSoundSink& sink, LProgress& progress, int64_t start) {
+    FractionReport report(progress, start);
+    while (!sink.HasFailed()) {
+        if (progress.IsCancelled()) return JobResult::kCancelled;
+        const LReadAhead::Block* block = ahead.Next(kAskEveryMs);
+        if (!block && ahead.HasFailed()) return JobResult::kFailed;
+        if (!block) continue;
+        if (block->frames == 0) return JobResult::kSuccess;
+        sink.Write(block->samples.data(), block->frames);
+        report.Show(block->position + block->frames, block->end);
+    }
+    return JobResult::kFailed;
+}
+
+}  // namespace
+
+JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
+    const int64_t start = source.GetPosition();
+    int64_t left = 0;
+    if (__builtin_sub_overflow(source.GetLength(), start, &left)) left = kWorthAThread;
+    if (left < kWorthAThread || source.IsGrowing()) return PumpHere(source, sink, progress, follow);
+    LReadAhead ahead(source);
+    if (!ahead.Start()) return PumpHere(source, sink, progress, follow);
+    return PumpAhead(ahead, sink, progress, start);
 }
 
 JobResult LSound::Render(LSound& result, LProgress& progress, LSoundSource& source, const QString& status) {

@@ -136,6 +136,7 @@ void LPeakLimiterSource::Seek(int64_t frame) {
 }
 
 bool LPeakLimiterSource::Query(uint32_t id, void* result) {
+    if (id == kQueryIntegerBits) return false;  // it is here because something has to be lowered
     if (id != kQueryLimited) return child_->Query(id, result);
     if (result) *static_cast<uint32_t*>(result) = loudBlocks_.load(std::memory_order_relaxed);
     return lowered_.load(std::memory_order_relaxed);

@@ -44,7 +44,8 @@ class LPeakLimiterSource final : public LSoundSource {
     void Seek(int64_t frame) override;
     bool IsGrowing() override { return child_->IsGrowing(); }
     void WaitForData(uint32_t ms) override { child_->WaitForData(ms); }
-    // kQueryLimited is answered here; the rest is the child's to answer.
+    // kQueryLimited is answered here, and integer samples are none any more; the rest is the child's to
+    // answer.
     bool Query(uint32_t id, void* result) override;
     // Something was lowered since the last reset. [any]
     bool HasClipped() const { return clipped_.load(std::memory_order_relaxed); }
