@@ -12,11 +12,12 @@
 #include <thread>
 
 #include "devices/alsa_library.h"
+#include "devices/server_patience.h"
 
 namespace ondarix {
 namespace {
 
-constexpr int kAlsaAnswerMs = 250;
+constexpr int kAlsaAnswerMs = 700;
 constexpr int kAlsaListMs = 900;
 // Servers that have back ends of their own are here too.
 constexpr std::array kPlumbing = {
@@ -24,6 +25,8 @@ constexpr std::array kPlumbing = {
     "front", "hdmi",      "hw",         "iec958",     "jack",    "lavrate",   "modem",      "null",
     "oss",   "phoneline", "pipewire",   "plughw",     "pulse",   "rear",      "samplerate", "side",
     "spdif", "speex",     "speexrate",  "sysdefault", "upmix",   "usbstream", "vdownmix"};
+
+LServerPatience alsaPatience;
 
 // What a configuration names may hang, so it is asked on a thread that is left to itself when it does.
 template <typename Answer>
@@ -35,8 +38,13 @@ Answer WithinMs(int ms, Answer (*work)(LDeviceDirection), LDeviceDirection direc
     } catch (const std::system_error&) {
         return {};
     }
-    const bool came = answer.wait_for(std::chrono::milliseconds(ms)) == std::future_status::ready;
-    return came ? answer.get() : Answer{};
+    const std::chrono::milliseconds limit(alsaPatience.Ms(ms));
+    if (answer.wait_for(limit) != std::future_status::ready) {
+        alsaPatience.NoteSilence();
+        return {};
+    }
+    alsaPatience.NoteAnswer();
+    return answer.get();
 }
 
 bool AskAnswers(LDeviceDirection) {

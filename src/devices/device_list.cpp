@@ -2,6 +2,8 @@
 #include "devices/device_list.h"
 
 #include <array>
+#include <chrono>
+#include <future>
 
 #include "gen/settings.h"
 
@@ -14,6 +16,7 @@ constexpr const char* kShowNull = "ShowNullDevice";
 constexpr const char* kUnknownDevice = "(Unknown Device)";
 constexpr const char* kFilePrefix = "file:";
 constexpr int kLongestName = 255;
+constexpr std::chrono::milliseconds kUsualAnswer{100};
 constexpr std::array kDefaultOrder = {LDeviceMode::kPipeWire, LDeviceMode::kPulseAudio, LDeviceMode::kJack,
                                       LDeviceMode::kAlsa};
 
@@ -32,23 +35,21 @@ std::optional<LDeviceSelection> FileDevice(const QString& text) {
     return LDeviceSelection{LDeviceMode::kNull, path, text};
 }
 
-void AddDevices(const LBackendRow& row, LDeviceDirection direction, std::vector<LDeviceInfo>& all) {
-    if (row.mode == LDeviceMode::kNull || !row.answers()) return;
-    auto own = row.list(direction);
+std::vector<LDeviceInfo> AllOf(const LBackendRow& row, LDeviceDirection direction) {
+    if (row.mode == LDeviceMode::kNull || !row.answers()) return {};
+    auto all = row.list(direction);
     if (*row.defaultName && direction == LDeviceDirection::kPlayback)
-        all.push_back({DefaultOf(row), true, 0, 0});
-    all.insert(all.end(), std::make_move_iterator(own.begin()), std::make_move_iterator(own.end()));
+        all.insert(all.begin(), {DefaultOf(row), true, 0, 0});
+    return all;
 }
 
-// Of a text that begins with the name of a back end ("[ALSA] HDA") no other one is asked: each one whose
-// server hangs costs a quarter of a second.
+// Of a text that begins with the name of a back end ("[ALSA] HDA") no other one is asked: the slowest server
+// is what a whole list waits for.
 std::vector<LDeviceInfo> DevicesFor(const QString& text) {
     for (const LBackendRow* row : Backends()) {
         const QString prefix = QStringLiteral("[%1] ").arg(QString::fromUtf8(row->name));
         if (row->mode == LDeviceMode::kNull || !text.startsWith(prefix, Qt::CaseInsensitive)) continue;
-        std::vector<LDeviceInfo> devices;
-        AddDevices(*row, LDeviceDirection::kPlayback, devices);
-        return devices;
+        return AllOf(*row, LDeviceDirection::kPlayback);
     }
     return ListDevices(LDeviceDirection::kPlayback, true);
 }
@@ -62,8 +63,13 @@ QString DeviceText(const LDeviceSelection& selection) {
 }
 
 std::vector<LDeviceInfo> ListDevices(LDeviceDirection direction, bool withNull) {
+    // At the same time: servers that hang cost no more than one of them.
+    std::vector<std::future<std::vector<LDeviceInfo>>> lists;
+    for (const LBackendRow* row : Backends())
+        lists.push_back(std::async([row, direction] { return AllOf(*row, direction); }));
     std::vector<LDeviceInfo> all;
-    for (const LBackendRow* row : Backends()) AddDevices(*row, direction, all);
+    for (auto& list : lists)
+        for (LDeviceInfo& device : list.get()) all.push_back(std::move(device));
     if (direction == LDeviceDirection::kPlayback &&
         (withNull || all.empty() || GetSettingBool(kSection, kShowNull, false)))
         all.push_back({DefaultOf(NullBackend()), false, 0, 0});
@@ -71,10 +77,18 @@ std::vector<LDeviceInfo> ListDevices(LDeviceDirection direction, bool withNull) 
 }
 
 LDeviceSelection DefaultOutput() {
+    // One that is slow to answer may just be busy, and then comes first all the same; the next ones are asked
+    // meanwhile, so that servers that hang cost little more than one of them.
+    std::vector<std::pair<const LBackendRow*, std::shared_future<bool>>> asked;
     for (const LDeviceMode mode : kDefaultOrder) {
         const LBackendRow& row = BackendOf(mode);
-        if (row.mode == mode && row.answers()) return DefaultOf(row);
+        if (row.mode != mode) continue;
+        const std::shared_future<bool> answers = std::async(row.answers).share();
+        asked.emplace_back(&row, answers);
+        if (answers.wait_for(kUsualAnswer) == std::future_status::ready && answers.get()) break;
     }
+    for (const auto& [row, answers] : asked)
+        if (answers.get()) return DefaultOf(*row);
     return DefaultOf(NullBackend());
 }
 

@@ -10,14 +10,14 @@ namespace ondarix {
 namespace {
 
 constexpr const char* kProbeName = "Ondarix devices";
-constexpr int kJackAnswerMs = 250;
-constexpr int kJackListMs = 800;
+constexpr int kJackAnswerMs = 700;
+constexpr int kJackListMs = 900;
 constexpr int kJackRetryMs = 4000;
 constexpr int kJackSettleMs = 50;  // ports come and go in groups
 
 // Opens a client, hands it to `use` and closes it. False: no server answered within `ms`.
 bool WithJackClient(int ms, std::function<void(jack_client_t*)> use) {
-    if (!Jack() || IsJackStuck()) return false;
+    if (!Jack()) return false;
     const auto hasAnswered = std::make_shared<std::atomic<bool>>(false);
     const auto call = [hasAnswered, use = std::move(use)] {
         jack_client_t* const client = OpenJackClient(kProbeName);
@@ -26,7 +26,7 @@ bool WithJackClient(int ms, std::function<void(jack_client_t*)> use) {
         Jack()->clientClose(client);
         *hasAnswered = true;
     };
-    return RunJackCall(call, ms) && *hasAnswered;
+    return AskJack(call, ms) && *hasAnswered;
 }
 
 bool IsJackAnswering() {
@@ -91,7 +91,6 @@ class LJackWatch final : public LDeviceWatch, private LBackgroundThread {
     };
 
     std::shared_ptr<LClient> Connect() {
-        if (IsJackStuck()) return {};
         auto made = std::make_shared<LClient>();
         const auto open = [made] {
             made->client = OpenJackClient(kProbeName);
@@ -108,7 +107,7 @@ class LJackWatch final : public LDeviceWatch, private LBackgroundThread {
                 made.get());
             if (Jack()->activate(made->client) != 0) made->isLost = true;
         };
-        return RunJackCall(open, kJackListMs) && made->client ? made : nullptr;
+        return AskJack(open, kJackListMs) && made->client ? made : nullptr;
     }
 
     void WatchClient(LClient& client) {

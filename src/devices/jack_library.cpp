@@ -3,24 +3,43 @@
 
 #include <signal.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <system_error>
 #include <thread>
 
 namespace ondarix {
 namespace {
 
-std::atomic<int> jackCallsLeft{0};
+using JackClock = std::chrono::steady_clock;
+
+// Who asks is not kept longer than this by calls that others have left alone.
+constexpr std::chrono::milliseconds kJackPatience{900};
+constexpr int kJackOpenTries = 2;
 
 struct LJackCall {
+    const JackClock::time_point begin = JackClock::now();
     std::mutex lock;
     std::condition_variable ended;
     bool hasEnded = false;
     bool isLeft = false;
 };
+
+struct LLeftJackCalls {
+    std::mutex lock;
+    std::condition_variable ended;
+    std::multiset<JackClock::time_point> begins;
+};
+
+// Never destroyed: such a call may outlive the program's statics.
+LLeftJackCalls& LeftJackCalls() {
+    static LLeftJackCalls& calls = *new LLeftJackCalls;
+    return calls;
+}
 
 // The client library writes to sockets of a server that may have gone.
 void BlockBrokenPipes() {
@@ -33,8 +52,23 @@ void BlockBrokenPipes() {
 void EndJackCall(LJackCall& state) {
     const std::lock_guard guard(state.lock);
     state.hasEnded = true;
-    if (state.isLeft) --jackCallsLeft;
     state.ended.notify_all();
+    if (!state.isLeft) return;
+    LLeftJackCalls& left = LeftJackCalls();
+    const std::lock_guard leftGuard(left.lock);
+    left.begins.erase(left.begins.find(state.begin));
+    left.ended.notify_all();
+}
+
+bool WaitForLeftCalls(JackClock::time_point deadline) {
+    LLeftJackCalls& left = LeftJackCalls();
+    std::unique_lock guard(left.lock);
+    while (!left.begins.empty()) {
+        const auto until = std::min(deadline, *left.begins.begin() + kJackPatience);
+        if (JackClock::now() >= until) return false;
+        left.ended.wait_until(guard, until);
+    }
+    return true;
 }
 
 }  // namespace
@@ -73,7 +107,13 @@ const LJackLibrary* Jack() {
 }
 
 jack_client_t* OpenJackClient(const char* name) {
-    return Jack()->clientOpen(name, JackNoStartServer, nullptr);
+    // A server that is there may fail to take a client, as when it drops another one at that moment.
+    for (int tries = 0; tries < kJackOpenTries; ++tries) {
+        jack_status_t status{};
+        if (jack_client_t* const client = Jack()->clientOpen(name, JackNoStartServer, &status)) return client;
+        if (status & JackServerFailed) break;
+    }
+    return nullptr;
 }
 
 std::vector<QString> JackPorts(jack_client_t* client, unsigned long flags) {
@@ -102,10 +142,17 @@ bool RunJackCall(std::function<void()> call, int ms) {
     if (state->ended.wait_for(guard, std::chrono::milliseconds(ms), [&] { return state->hasEnded; }))
         return true;
     state->isLeft = true;
-    ++jackCallsLeft;
+    LLeftJackCalls& left = LeftJackCalls();
+    const std::lock_guard leftGuard(left.lock);
+    left.begins.insert(state->begin);
     return false;
 }
 
-bool IsJackStuck() { return jackCallsLeft > 0; }
+bool AskJack(std::function<void()> call, int ms) {
+    const auto deadline = JackClock::now() + std::chrono::milliseconds(ms);
+    if (!WaitForLeftCalls(deadline)) return false;
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - JackClock::now());
+    return RunJackCall(std::move(call), static_cast<int>(left.count()));
+}
 
 }  // namespace ondarix

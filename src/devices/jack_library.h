@@ -35,8 +35,8 @@ struct LJackLibrary : LLibrary {
 // Null where it is not installed.
 const LJackLibrary* Jack();
 
-// A client of the running server, never of one started for it; null: none answers. Blocks as long as the
-// server does not answer.
+// A client of the running server, never of one started for it; null: none is there, or it takes none, asked
+// twice. Blocks as long as the server does not answer.
 jack_client_t* OpenJackClient(const char* name);
 // Full names of audio ports that have all of `flags` (JackPortFlags), in the server's order.
 std::vector<QString> JackPorts(jack_client_t* client, unsigned long flags);
@@ -48,7 +48,9 @@ QString JackClientOfPort(const QString& port);
 // own, which is left alone when it takes too long and ends with the server. Whatever `call` uses must be its
 // own. False: it did not end within `ms`.
 bool RunJackCall(std::function<void()> call, int ms);
-// A call that was left alone has not come back: another one would only join it.
-bool IsJackStuck();
+// The same behind the calls that were left alone, which another one would only join. A server that is slow
+// ends them soon; one that is frozen costs all who ask it less than a second together, counted from the first
+// call that it has not answered. What `call` owns may go on this thread.
+bool AskJack(std::function<void()> call, int ms);
 
 }  // namespace ondarix

@@ -14,7 +14,7 @@ namespace ondarix {
 namespace {
 
 constexpr int kMostPorts = 32;
-constexpr int kJackOpenMs = 600;
+constexpr int kJackOpenMs = 900;
 constexpr int kJackStartMs = 900;
 constexpr int kJackCloseMs = 390;
 constexpr int32_t kTakeFrames = 8192;
@@ -167,11 +167,10 @@ class LJackOutput final : public LOutput {
 
     LDeviceStatus Open(const LDeviceSelection& selection, LOutputSetup& setup) override {
         if (!Jack()) return kDeviceNoLibrary;
-        if (IsJackStuck()) return kDeviceRefused;
         auto stream = std::make_shared<LJackStream>();
         stream->format = setup.format;
         const QString id = selection.id;
-        if (!RunJackCall([stream, id] { stream->status = OpenStream(*stream, id); }, kJackOpenMs))
+        if (!AskJack([stream, id] { stream->status = OpenStream(*stream, id); }, kJackOpenMs))
             return kDeviceRefused;
         serverRate_ = stream->serverRate;
         stream_ = std::move(stream);
@@ -188,7 +187,7 @@ class LJackOutput final : public LOutput {
     bool Start(LPlayQueue& queue) override {
         if (!stream_ || stream_->isLost) return false;
         const auto isGood = std::make_shared<bool>(false);
-        if (!RunJackCall([stream = stream_, isGood] { *isGood = ConnectStream(*stream); }, kJackStartMs) ||
+        if (!AskJack([stream = stream_, isGood] { *isGood = ConnectStream(*stream); }, kJackStartMs) ||
             !*isGood)
             return false;
         stream_->queue = &queue;  // not before it is connected: nothing is taken that nobody hears

@@ -46,9 +46,10 @@ struct LBackendRow {
     LDeviceMode mode;
     const char* name;         // "PipeWire", which is also the prefix of its devices in lists
     const char* defaultName;  // what heads its group in lists, "": nothing does
-    // Whether its library is installed and its server answers; within 300 ms.
+    // Whether its library is installed and its server answers: at once where there is none, within 0.8 s
+    // where it hangs. Called on any thread.
     bool (*answers)();
-    // Without the entry of `defaultName`; empty when it does not answer.
+    // Without the entry of `defaultName`; empty when it does not answer. Called on any thread.
     std::vector<LDeviceInfo> (*list)(LDeviceDirection direction);
     std::unique_ptr<LOutput> (*create)();
     // Null: changes are not told, the list is to be asked again when it is shown.

@@ -10,8 +10,8 @@
 namespace ondarix {
 namespace {
 
-constexpr int kPipeWireAnswerMs = 250;
-constexpr int kPipeWireListMs = 800;
+constexpr int kPipeWireAnswerMs = 700;
+constexpr int kPipeWireListMs = 900;
 constexpr int kPipeWireRetryMs = 2000;
 constexpr int kPipeWireSettleMs = 50;  // a card brings several nodes
 

@@ -15,7 +15,7 @@
 namespace ondarix {
 namespace {
 
-constexpr int kPipeWireOpenMs = 700;
+constexpr int kPipeWireOpenMs = 900;
 constexpr int32_t kLowestRate = 1000, kHighestRate = 768000;  // that a server is asked to convert
 constexpr int kMostNamedChannels = 8;
 constexpr int kMostStreamChannels = SPA_AUDIO_MAX_CHANNELS;

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include "devices/output.h"
+#include "devices/server_patience.h"
 
 namespace ondarix {
 namespace {
@@ -15,6 +16,8 @@ namespace {
 constexpr int64_t kNsPerMs = 1'000'000;
 // With real-time scheduling for the thread that feeds the server, where the system grants it.
 constexpr const char* kClientConfiguration = "client-rt.conf";
+
+LServerPatience pipeWirePatience;
 
 const char* ValueOf(const spa_dict* values, const char* key) {
     const char* const value = values ? spa_dict_lookup(values, key) : nullptr;
@@ -100,7 +103,7 @@ void LPipeWireSession::OnError(uint32_t id, int result) {
 
 timespec LPipeWireSession::Deadline(int ms) const {
     timespec deadline{};
-    PipeWire()->loopTime(loop_, &deadline, ms * kNsPerMs);
+    PipeWire()->loopTime(loop_, &deadline, pipeWirePatience.Ms(ms) * kNsPerMs);
     return deadline;
 }
 
@@ -141,7 +144,12 @@ bool LPipeWireGraph::Read(const timespec& deadline) {
     if (!registry_) return false;
     pw_registry_add_listener(registry_, &registryHook_, &events, this);
     // The first answer brings the names of all objects, the second what those say that were bound meanwhile.
-    return session_.Sync(deadline) && session_.Sync(deadline);
+    const bool hasAnswered = session_.Sync(deadline) && session_.Sync(deadline);
+    if (hasAnswered)
+        pipeWirePatience.NoteAnswer();
+    else if (!session_.IsLost())
+        pipeWirePatience.NoteSilence();
+    return hasAnswered;
 }
 
 void LPipeWireGraph::Clear() {

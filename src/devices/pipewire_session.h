@@ -29,6 +29,7 @@ class LPipeWireSession {
     // Waits, at most until the clock of the loop is at `deadline` (see Deadline()), until the server has
     // answered all that it was asked. False: it has not, or has gone. Under the lock.
     bool Sync(const timespec& deadline);
+    // In `ms`, or sooner while the server was silent a moment ago.
     timespec Deadline(int ms) const;
     // Wakes up whoever waits. On the session's thread.
     void Signal() { PipeWire()->loopSignal(loop_, false); }

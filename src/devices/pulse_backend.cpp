@@ -6,7 +6,7 @@
 namespace ondarix {
 namespace {
 
-constexpr int kAnswerMs = 250;
+constexpr int kAnswerMs = 700;
 constexpr int kPulseListMs = 900;
 constexpr int kRetryMs = 5000;
 constexpr int kSettleMs = 100;
@@ -41,7 +41,7 @@ struct LPulseDevices {
 
 bool PulseAnswers() {
     const LPulseApi* api = PulseApi();
-    return api && LPulseConnection(*api).Connect(QDeadlineTimer(kAnswerMs, Qt::PreciseTimer));
+    return api && LPulseConnection(*api).Connect(LPulseConnection::Deadline(kAnswerMs));
 }
 
 pa_operation* AskDevices(const LPulseApi& api, LPulseConnection& connection, bool sinks,
@@ -69,7 +69,7 @@ pa_operation* AskServer(const LPulseApi& api, LPulseConnection& connection, bool
 std::vector<LDeviceInfo> ListPulse(LDeviceDirection direction) {
     const LPulseApi* api = PulseApi();
     if (!api) return {};
-    const QDeadlineTimer deadline(kPulseListMs, Qt::PreciseTimer);
+    const QDeadlineTimer deadline = LPulseConnection::Deadline(kPulseListMs);
     const bool sinks = direction == LDeviceDirection::kPlayback;
     LPulseDevices found;
     LPulseConnection connection(*api);
@@ -109,7 +109,7 @@ class LPulseWatch final : public LDeviceWatch, private LBackgroundThread {
 
   private:
     bool Subscribe() {
-        if (!connection_.Connect(QDeadlineTimer(kAnswerMs))) return false;
+        if (!connection_.Connect(LPulseConnection::Deadline(kAnswerMs))) return false;
         const LPulseConnection::LLock lock(connection_);
         api_.pa_context_set_subscribe_callback(
             connection_.Context(),

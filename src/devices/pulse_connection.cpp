@@ -5,11 +5,13 @@
 #include <sched.h>
 
 #include "devices/output.h"
+#include "devices/server_patience.h"
 
 namespace ondarix {
 namespace {
 
 constexpr const char* kPulseThreadName = "ondarix-pulse";
+LServerPatience pulsePatience;
 
 // Nothing, silently, where the system does not grant it.
 void AskForRealTime() {
@@ -45,6 +47,10 @@ bool LPulseConnection::Begin() {
            api_.pa_threaded_mainloop_start(loop_) >= 0;
 }
 
+QDeadlineTimer LPulseConnection::Deadline(int ms) {
+    return QDeadlineTimer(pulsePatience.Ms(ms), Qt::PreciseTimer);
+}
+
 bool LPulseConnection::Connect(QDeadlineTimer deadline, bool critical) {
     Close();
     critical_ = critical;
@@ -52,8 +58,11 @@ bool LPulseConnection::Connect(QDeadlineTimer deadline, bool critical) {
         Close();
         return false;
     }
-    if (WaitFor([this] { return api_.pa_context_get_state(context_) == PA_CONTEXT_READY; }, deadline))
+    if (WaitFor([this] { return api_.pa_context_get_state(context_) == PA_CONTEXT_READY; }, deadline)) {
+        pulsePatience.NoteAnswer();
         return true;
+    }
+    if (deadline.hasExpired()) pulsePatience.NoteSilence();
     Close();
     return false;
 }

@@ -17,6 +17,8 @@ class LPulseConnection {
     LPulseConnection(const LPulseConnection&) = delete;
     LPulseConnection& operator=(const LPulseConnection&) = delete;
 
+    // In `ms`, or sooner while the server was silent a moment ago.
+    static QDeadlineTimer Deadline(int ms);
     // `critical`: its thread asks for real-time scheduling. False: no server has answered in that time.
     bool Connect(QDeadlineTimer deadline, bool critical = false);
     void Close();

@@ -97,7 +97,7 @@ LDeviceStatus LPulseOutput::Open(const LDeviceSelection& selection, LOutputSetup
     if (!api_) return kDeviceNoLibrary;
     format_ = setup.format;
     if (PreferredRate(format_.sampleRate) != format_.sampleRate) return kDeviceRateUnsupported;
-    const QDeadlineTimer deadline(kOpenMs, Qt::PreciseTimer);
+    const QDeadlineTimer deadline = LPulseConnection::Deadline(kOpenMs);
     connection_ = std::make_unique<LPulseConnection>(*api_);
     connection_->OnLost([this] {
         if (queue_) queue_->Fail(kDeviceLost);
