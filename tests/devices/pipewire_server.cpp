@@ -95,6 +95,7 @@ void PipeWireServer::UseHere() const {
 }
 
 bool PipeWireServer::StartRecording(const QString& wavPath, const QString& sink, int channels, int rate) {
+    recorder_.Kill();
     recording_ = wavPath;
     QFile::remove(wavPath);
     const QStringList arguments = {QStringLiteral("--target"),

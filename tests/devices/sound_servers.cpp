@@ -17,8 +17,8 @@ namespace ondarix::test {
 namespace {
 
 constexpr int kStopMs = 3000;
-constexpr int kCommandMs = 5000;
-constexpr int kReadyMs = 10000;
+constexpr int kCommandMs = kPatienceMs;
+constexpr int kReadyMs = kPatienceMs;
 
 QProcessEnvironment With(const LEnvironment& variables) {
     QProcessEnvironment all = QProcessEnvironment::systemEnvironment();

@@ -11,12 +11,14 @@
 #include <utility>
 #include <vector>
 
+#include "patience.h"
+
 namespace ondarix::test {
 
 using LEnvironment = std::vector<std::pair<QByteArray, QByteArray>>;
 
 // Asks every 5 ms until it is so, at most `ms` milliseconds.
-bool WaitUntil(const std::function<bool()>& holds, int ms = 5000);
+bool WaitUntil(const std::function<bool()>& holds, int ms = kPatienceMs);
 
 // Sets variables of this process, and gives back what they were.
 class LScopedEnvironment {
@@ -56,7 +58,7 @@ class LHelperProcess {
     bool frozen_ = false;
 };
 
-// Standard output of a command that ends by itself; empty after 5 s or when it fails.
+// Standard output of a command that ends by itself; empty after 10 s or when it fails.
 QByteArray OutputOf(const QString& program, const QStringList& arguments, const LEnvironment& environment);
 
 // PulseAudio with a null sink "out" ("out.monitor" records what it plays).
