@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Builds the tests of the sound devices under the thread sanitizer and runs those that touch nothing but our own code:
-# the queue, the player, the tap, chains and the null device. Before them, rendering on two threads. The libraries of the sound servers are not instrumented:
-# what they guard would be reported as races, there and in all that follows.
+# the queue, the player, the tap, chains and the null device; before them, rendering on two threads. The libraries of
+# the sound servers are not instrumented: what they guard would be reported as races, there and in all that follows.
 # Usage: tsan.sh [FILTER of GoogleTest [ARGUMENT of GoogleTest...]]
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -23,6 +23,10 @@ inline constexpr const char* kStereoRequiredTitle = "Convert to Stereo Required"
 inline constexpr const char* kStereoRequiredText =
     "This effect can only be applied to stereo files.\r\nWould you like to convert the file to stereo";
 
+inline constexpr const char* kUnsupportedFormatTitle = "Unsupported File Format";
+inline constexpr const char* kStereoOnlyText =
+    "This feature is applicable for stereo (2-channel) files only.";
+
 using LEffectList = std::vector<std::unique_ptr<LEffect>>;
 
 // What an effect is applied to: a stretch of a document's sound, or of the channel that is edited alone.
@@ -50,8 +54,16 @@ void ApplyEffectToSelection(LSoundDocumentRef document, LEditHost& host, const L
                             const QString& undoName, LApplied done = {});
 
 // Puts `result` in the place of the operation's stretch, as one undo step: what every job of an effect ends
-// with. Refuses a result that would make the sound too long.
+// with. Refuses a result that would make the sound too long. Where the length changes, bookmarks and regions
+// inside of the stretch move in proportion and those behind it with what follows.
 JobResult PutResult(LSoundDocument& document, LEditHost& host, const LEffectOperation& operation,
                     const LSound& result, const QString& undoName);
+
+// What commands of effects for stereo (kEffectStereoOnly) ask before they begin. kSuccess: what is edited has
+// two channels, after a conversion that the user has agreed to, with an undo entry of its own; otherwise the
+// effect is not applied.
+JobResult EnsureStereo(LSoundDocument& document, LEditHost& host);
+// The same for effects that make no sense on what was converted: a message, and kFailed.
+JobResult RequireStereo(const LSoundDocument& document, LEditHost& host);
 
 }  // namespace ondarix

@@ -9,7 +9,8 @@
 
 namespace ondarix {
 
-// A reader over a private copy of `sound` whose peak bound is that of its samples.
+// A reader over a private copy of `sound` whose peak bound is that of its samples, and which answers
+// kQueryIntegerBits where all of them come from integers of one width.
 LSoundSourceRef OpenForEffects(const LSound& sound);
 
 // The effects in order over `source`, those that are off (`enabled`, IsEnabled(), `bypass`) left out; without
@@ -23,6 +24,7 @@ LSoundSourceRef BuildEffectStack(const LSound& sound, std::span<const LEffect* c
 // The measuring passes of those effects that need one, in order, each over what the effects before it give.
 // Any thread, while nobody else uses the effects. `status`: line 0 of the progress for effects that set none.
 JobResult MeasureEffects(const LSound& sound, std::span<LEffect* const> effects, LProgress& progress);
+int CountMeasures(std::span<LEffect* const> effects);  // passes that MeasureEffects makes
 
 // floor(rate * ms / 1000) without overflow; saturates. Negative times count as 0.
 int64_t MillisecondsToFrames(int64_t rate, int64_t ms);

@@ -198,6 +198,7 @@ JobResult LSoundDocument::MergeChannel(LEditHost& host) {
 
 JobResult EditChannel(LSoundDocument& document, LEditHost& host, int channel) {
     const bool alone = document.channelEditMode == LSoundDocument::kEditsChannel;
+    if (document.isBusy) return JobResult::kCancelled;
     if (channel < 0) {
         if (!alone) return JobResult::kSuccess;
         document.channelEditMode = LSoundDocument::kEditsWhole;

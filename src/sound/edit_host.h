@@ -24,7 +24,7 @@ class LEditHost {
     // its result and what it told by ReportError shown. Where there is a window, that is later: the window
     // works on meanwhile, and `document`, held until then, is busy: commands that change it are refused.
     // `work` and `finish` are destroyed on the thread of the caller. Otherwise both are done before this
-    // returns.
+    // returns. On a document that is busy already: `finish` with kCancelled, at once.
     virtual void RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
                                 LDocumentFinish finish);
     // Playback and recording of the document end; false refuses the edit, after a message of its own.

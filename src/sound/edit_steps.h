@@ -17,6 +17,8 @@ void ShiftMarksForReplace(LSoundDocument& document, int64_t start, int64_t end, 
 void DeleteFrames(LSoundDocument& document, int64_t start, int64_t end);
 // `inserted`, of the same format, is selected afterwards.
 void ReplaceFrames(LSoundDocument& document, int64_t start, int64_t end, const LSound& inserted);
+// What a job tells that could not write its working file.
+void ReportWriteFailure(LProgress& progress);
 // A job that writes a working file; a failure is told.
 JobResult RunEditJob(LEditHost& host, const QString& title, const std::function<JobResult(LProgress&)>& work);
 // `out` becomes `sound` in `format`: at once where it is so already, otherwise as a job.

@@ -31,6 +31,7 @@ bool HasRoomFor(const LSoundDocument& document, int64_t added, LEditHost& host) 
 
 void LEditHost::RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
                                LDocumentFinish finish) {
+    if (document->isBusy) return finish(JobResult::kCancelled);
     document->isBusy = true;
     const JobResult result = RunJob(title, work);
     document->isBusy = false;
@@ -95,16 +96,18 @@ void ReplaceFrames(LSoundDocument& document, int64_t start, int64_t end, const L
     document.Select(start, start + added);
 }
 
+void ReportWriteFailure(LProgress& progress) {
+    progress.ReportError(
+        QStringLiteral("The result could not be written to the working folder \"%1\". Please "
+                       "make sure that there is enough free disk space and try again.")
+            .arg(CacheFolder()));
+}
+
 JobResult RunEditJob(LEditHost& host, const QString& title,
                      const std::function<JobResult(LProgress&)>& work) {
     return host.RunJob(title, [&](LProgress& progress) {
         const JobResult result = work(progress);
-        if (result == JobResult::kFailed) {
-            progress.ReportError(
-                QStringLiteral("The result could not be written to the working folder \"%1\". Please "
-                               "make sure that there is enough free disk space and try again.")
-                    .arg(CacheFolder()));
-        }
+        if (result == JobResult::kFailed) ReportWriteFailure(progress);
         return result;
     });
 }
@@ -146,8 +149,12 @@ JobResult SilenceSelection(LSoundDocument& document, LEditHost& host) {
 }
 
 JobResult InsertSilence(LSoundDocument& document, LEditHost& host, int64_t pos, int64_t frames) {
-    if (frames <= 0 || !MayChange(document, host, true) || !HasRoomFor(document, frames, host))
+    if (frames <= 0) {
+        host.Messages().Tell(QStringLiteral("Invalid Silence Time"),
+                             QStringLiteral("The specified silence time is not valid. Please try again."));
         return JobResult::kCancelled;
+    }
+    if (!MayChange(document, host, true) || !HasRoomFor(document, frames, host)) return JobResult::kCancelled;
     return Change(document, QStringLiteral("Insert Silence"), host, [&] {
         const int64_t place = std::clamp<int64_t>(pos, 0, document.Edited().Length());
         document.Edited().InsertSilence(place, frames);
@@ -210,6 +217,7 @@ JobResult MoveSelection(LSoundDocument& document, LEditHost& host, int64_t targe
 namespace {
 
 bool ShowStep(LSoundDocument& document, LEditHost& host, const std::function<bool()>& step) {
+    if (document.isBusy) return false;
     const int channel =
         document.channelEditMode == LSoundDocument::kEditsChannel ? document.editedChannel : -1;
     if (!host.StopForEdit(document) || !step()) return false;

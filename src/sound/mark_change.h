@@ -5,9 +5,11 @@
 namespace ondarix {
 
 // The frame around a change of bookmarks or regions: one undo entry, then shown. No sample changes, so that
-// playback goes on, disk space does not matter, and an edited channel is not written back.
+// playback goes on, disk space does not matter, and an edited channel is not written back. Not while a job
+// works on the document.
 template <typename Alter>
 JobResult ChangeMarks(LSoundDocument& document, const QString& label, LEditHost& host, Alter&& alter) {
+    if (document.isBusy) return JobResult::kCancelled;
     document.PushUndo(label, true);
     alter();
     host.DocumentChanged(document);
