@@ -21,7 +21,7 @@ enum class LCurve : uint8_t { kLinear = 0, kExponential = 1, kLogarithmic = 2, k
 // for a group of frames and are computed in double for it: within 5e-7 of the formula for gains up to 1, and
 // the same at a frame whichever frames are asked for together.
 struct LCurveSegment {
-    static constexpr int kGroup = 64;  // frames
+    static constexpr int kGroup = 256;  // frames
     LCurveSegment() = default;
     LCurveSegment(LCurve which, float fromGain, float toGain, int64_t length);
 

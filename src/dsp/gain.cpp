@@ -75,8 +75,9 @@ ONDARIX_WIDE void SwapStereo(float* frames, int64_t count) {
     for (int64_t i = 0; i < count; ++i) std::swap(frames[2 * i], frames[2 * i + 1]);
 }
 
-ONDARIX_WIDE void NegateLeft(float* frames, int64_t count) {
-    for (int64_t i = 0; i < count; ++i) frames[2 * i] = -frames[2 * i];
+void NegateLeft(float* frames, int64_t count) {
+    constexpr float kSigns[] = {-1.0f, 1.0f};
+    ScaleChannels(frames, count, 2, kSigns);
 }
 
 ONDARIX_WIDE void ReverseFrames(const float* from, float* to, int64_t count, int channels) {

@@ -35,13 +35,15 @@ bool AddTerm(const QString& term, bool isNegative, LEnvelopePlace& place) {
         if (isNumber) place.frames = Near(place.frames + (isNegative ? -Near(frames) : Near(frames)));
         return isNumber;
     }
-    const auto before = [&](qsizetype unit) { return QLocale::c().toDouble(term.chopped(unit), &isNumber); };
+    const auto before = [&](qsizetype unit, const char* scale = "") {
+        return QLocale::c().toDouble(term.chopped(unit) + QLatin1String(scale), &isNumber);
+    };
     if (term.endsWith(QLatin1String("ms")))
-        place.seconds += sign * before(2) / 1000;
+        place.seconds += sign * before(2, "e-3");
     else if (term.endsWith(QLatin1Char('s')))
         place.seconds += sign * before(1);
     else if (term.endsWith(QLatin1Char('%')))
-        place.share += sign * before(1) / 100;
+        place.share += sign * before(1, "e-2");
     return isNumber;
 }
 
@@ -76,13 +78,15 @@ QString ShortNumber(double value) {
     return QLocale::c().toString(value, 'f', QLocale::FloatingPointShortest);
 }
 
-// A share in percent whose hundredth is the share again: multiplying by 100 rounds, and so may come back
-// beside it.
+// The decimal point is moved in the text: a product with 100 would round, and not always back.
 QString SharePercent(double share) {
-    double percent = share * 100;
-    for (const double near : {std::nextafter(percent, -HUGE_VAL), std::nextafter(percent, HUGE_VAL)})
-        if (percent / 100 != share && near / 100 == share) percent = near;
-    return ShortNumber(percent) + u'%';
+    QString text = ShortNumber(std::fabs(share));
+    qsizetype point = text.indexOf(QLatin1Char('.'));
+    if (point < 0) point = text.size();
+    text = text.remove(QLatin1Char('.')).leftJustified(point + 2, QLatin1Char('0'));
+    if (text.size() > point + 2) text.insert(point + 2, QLatin1Char('.'));
+    while (text.size() > 1 && text[0] == QLatin1Char('0') && text[1].isDigit()) text.remove(0, 1);
+    return (share < 0 ? QStringLiteral("-") : QString()) + text + u'%';
 }
 
 QString PlaceText(const LEnvelopePlace& place) {
