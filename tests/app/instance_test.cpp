@@ -16,6 +16,7 @@
 #include "app/waiting.h"
 #include "gen/bytes.h"
 #include "gen/paths.h"
+#include "patience.h"
 
 namespace ondarix {
 namespace {
@@ -56,12 +57,12 @@ class RawClient {
         return sent == bytes.size();
     }
     // `bytes` of answer, or fewer when the server closed the connection.
-    QByteArray Receive(qsizetype bytes, int ms = 5000) {
+    QByteArray Receive(qsizetype bytes, int ms = test::kPatienceMs) {
         QByteArray got;
         PumpUntil([&] { return Poll(got, bytes) || got.size() == bytes; }, ms);
         return got;
     }
-    bool IsClosed(int ms = 5000) {
+    bool IsClosed(int ms = test::kPatienceMs) {
         QByteArray rest;
         return PumpUntil([&] { return Poll(rest, 1 << 20); }, ms);
     }
@@ -144,7 +145,7 @@ TEST_F(InstanceSockets, TheAnswerDoesNotWaitForTheWork) {
     timer.start();
     // The answer was written before the loop came to the work: it lies there when the work returns.
     EXPECT_EQ(client.Receive(4), QByteArray("\1\0\0\0", 4));
-    EXPECT_LT(timer.elapsed(), 3000);
+    EXPECT_LT(timer.elapsed(), test::kPatienceMs);
 }
 
 TEST_F(InstanceSockets, OtherMessagesAndSizesAreRefused) {
@@ -242,7 +243,7 @@ TEST_F(InstanceSockets, AClosingInstanceCountsAsNone) {
     handlers.handOver = nullptr;
     std::thread sender([&] {
         usleep(50000);
-        result = static_cast<int>(HandOver(kTwoArguments, 3000));
+        result = static_cast<int>(HandOver(kTwoArguments, test::kPatienceMs));
     });
     usleep(150000);  // connected and sent, nobody has looked yet
     instance->Close();
@@ -314,7 +315,7 @@ TEST(RuntimeLock, IsHeldByOneAndWaitedForByTheOther) {
     timer.start();
     EXPECT_FALSE(second.Take(120));
     EXPECT_GE(timer.elapsed(), 120);
-    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_LT(timer.elapsed(), test::kPatienceMs);
     std::thread holder([&] {
         usleep(120000);
         first.Release();

@@ -154,7 +154,7 @@ TEST_F(Mpris, ChangesAreToldOnceAndJumpsToo) {
     Playback().Play(*sound);
     EXPECT_TRUE(hears("'PlaybackStatus': <'Playing'>"));
     EXPECT_TRUE(hears("Player.Seeked (int64 "));
-    QTest::qWait(300);
+    QTest::qWait(1000);
     monitor.readAllStandardOutput();
     QTest::qWait(700);
     EXPECT_EQ(monitor.readAllStandardOutput().toStdString(), "") << "it goes on, which needs no words";

@@ -25,10 +25,10 @@ class PlaybackTest : public WindowTest {
     LPlayback& Player() { return frame->Playback(); }
     bool Plays() { return Player().State() == LPlayState::kPlaying; }
     bool Stopped() { return Player().State() == LPlayState::kStopped; }
-    bool PlaysTo(int64_t position, int ms = 5000) {
+    bool PlaysTo(int64_t position, int ms = 2 * test::kPatienceMs) {
         return PumpUntil([&] { return Player().Position() >= position; }, ms);
     }
-    bool WaitForEnd(int ms = 10000) {
+    bool WaitForEnd(int ms = 3 * test::kPatienceMs) {
         return PumpUntil([&] { return Stopped(); }, ms);
     }
 

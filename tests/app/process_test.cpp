@@ -12,6 +12,7 @@
 #include <QTemporaryDir>
 
 #include "automation_client.h"
+#include "patience.h"
 
 namespace ondarix {
 namespace {
@@ -240,7 +241,7 @@ TEST_F(Editors, GarbageDoesNotDisturbTheWindow) {
     timer.start();
     EXPECT_EQ(Automate({QStringLiteral("-testapi"), QStringLiteral("%n")}).text,
               QStringLiteral("API Test OK [%n]."));
-    EXPECT_LT(timer.elapsed(), 2000);
+    EXPECT_LT(timer.elapsed(), test::kPatienceMs);
     EXPECT_EQ(Exit(editor), 0);
 }
 

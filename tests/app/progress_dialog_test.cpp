@@ -16,6 +16,7 @@
 
 #include "app/progress_window.h"
 #include "app/window_messages.h"
+#include "patience.h"
 
 namespace ondarix {
 namespace {
@@ -57,7 +58,7 @@ class ProgressDialog : public testing::Test {
         watch.start();
     }
     JobResult Run(const std::function<JobResult(LProgress&)>& work) { return RunJob(&owner, kTitle, work); }
-    // Whether a job of five seconds was cancelled, and after how long.
+    // Whether a job of a minute was cancelled, and after how long.
     bool CancelledBy(const std::function<void(QWidget*)>& act, qint64* acted) {
         QElapsedTimer timer;
         WhenShown([&](QWidget* window) {
@@ -65,7 +66,7 @@ class ProgressDialog : public testing::Test {
             act(window);
         });
         const JobResult result = Run([](LProgress& progress) {
-            return WorkFor(progress, 5000) ? JobResult::kCancelled : JobResult::kSuccess;
+            return WorkFor(progress, 6 * test::kPatienceMs) ? JobResult::kCancelled : JobResult::kSuccess;
         });
         *acted = timer.isValid() ? timer.elapsed() : -1;
         return result == JobResult::kCancelled;
@@ -155,7 +156,7 @@ TEST_F(ProgressDialog, CancelButtonEscapeClosingAndDestructionAllCancelAtOnce) {
         qint64 acted = -1;
         EXPECT_TRUE(CancelledBy(ways[i], &acted)) << "way " << i;
         EXPECT_GE(acted, 0);
-        EXPECT_LT(acted, 1500);
+        EXPECT_LT(acted, test::kPatienceMs);
         EXPECT_EQ(ProgressOnScreen(), nullptr);
         EXPECT_TRUE(owner.isEnabled());
     }
@@ -168,7 +169,8 @@ TEST_F(ProgressDialog, SurvivesTheEndOfItsOwner) {
     WhenShown([mortal](QWidget*) { delete mortal; });
     EXPECT_EQ(RunJob(mortal, kTitle,
                      [](LProgress& progress) {
-                         return WorkFor(progress, 5000) ? JobResult::kCancelled : JobResult::kSuccess;
+                         return WorkFor(progress, 6 * test::kPatienceMs) ? JobResult::kCancelled
+                                                                         : JobResult::kSuccess;
                      }),
               JobResult::kCancelled);
 }
@@ -225,12 +227,12 @@ TEST_F(ProgressDialog, WaitsEndForOneOfThreeReasons) {
         EXPECT_EQ(progress.WaitForHandle(event.Handle(), 0), WaitResult::kTimedOut);
         EXPECT_EQ(progress.WaitForHandle(set.Handle(), 0), WaitResult::kSignalled);
         EXPECT_EQ(progress.Sleep(0), WaitResult::kSignalled);
-        EXPECT_LT(timer.elapsed(), 500);
+        EXPECT_LT(timer.elapsed(), test::kPatienceMs);
 
         timer.start();
         EXPECT_EQ(progress.WaitForHandle(event.Handle(), 150), WaitResult::kTimedOut);
         EXPECT_GE(timer.elapsed(), 150);
-        EXPECT_LT(timer.elapsed(), 1500);
+        EXPECT_LT(timer.elapsed(), test::kPatienceMs);
         timer.start();
         EXPECT_EQ(progress.Sleep(70), WaitResult::kSignalled);
         EXPECT_GE(timer.elapsed(), 70);

@@ -3,11 +3,13 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 
+#include "patience.h"
+
 namespace ondarix {
 
 // Lets events in until `done` answers true, `ms` at most.
 template <typename Done>
-bool PumpUntil(Done done, int ms = 5000) {
+bool PumpUntil(Done done, int ms = test::kPatienceMs) {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {

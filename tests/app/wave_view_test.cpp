@@ -7,6 +7,7 @@
 
 #include "app/wave_view_markers.h"
 #include "gen/settings.h"
+#include "patience.h"
 #include "wave_view_fixture.h"
 
 namespace ondarix {
@@ -211,7 +212,7 @@ TEST_F(WaveViewTest, JointsAreTicksAndTenThousandCostNoMoreThanAPixelEach) {
     timer.start();
     View().SetVerticalZoom(2);
     Shown();
-    EXPECT_LT(timer.elapsed(), 300) << "not a hundred times the usual";
+    EXPECT_LT(timer.elapsed(), test::kPatienceMs);
 }
 
 TEST_F(WaveViewTest, LoudestPlaceAndDbRangeSetTheVerticalZoom) {

@@ -38,6 +38,14 @@ class LDrivenEditor {
         return Tell(arguments).code;
     }
 
+    // Of main memory, now.
+    int64_t Bytes() const {
+        QFile status(QStringLiteral("/proc/%1/status").arg(process_.processId()));
+        EXPECT_TRUE(status.open(QIODevice::ReadOnly));
+        const QByteArray text = status.readAll();
+        return text.mid(text.indexOf("VmRSS:") + 6).trimmed().split(' ')[0].toLongLong() * 1024;
+    }
+
   private:
     QTemporaryDir home_;
     QProcess process_;

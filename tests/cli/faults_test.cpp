@@ -14,6 +14,7 @@
 
 #include "cli/plain_wav.h"
 #include "cli/program.h"
+#include "patience.h"
 
 #include <linux/capability.h>
 
@@ -210,7 +211,7 @@ void ExpectCancelled(const Home& home, QProcess& process, int signal) {
     QElapsedTimer timer;
     timer.start();
     const Outcome outcome = Wait(process);
-    EXPECT_LT(timer.elapsed(), 3000);
+    EXPECT_LT(timer.elapsed(), kPatienceMs);
     EXPECT_EQ(outcome.status, 1) << outcome.err.toStdString();
     EXPECT_EQ(outcome.err, "ondarix-cli: cancelled\n");
     EXPECT_EQ(outcome.Json()["status"].toInt(), 1);
