@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
 
+#include "devices/attempts.h"
 #include "devices/player_fixture.h"
 
 namespace ondarix::test {
@@ -46,17 +47,19 @@ class PlayerSwapTest : public PlayerTest {
 
 TEST_F(PlayerSwapTest, FadesFromWhatWouldHaveBeenHeard) {
     for (const int64_t at : {0, 300, 5000, 20000}) {
-        events_ = RecordingEvents();
-        ASSERT_TRUE(PlayTo(at, [&] { return Numbered(kLength); }));
-        ASSERT_TRUE(Swap(Numbered(kLength, kStereo, NumberedB)));
-        const int64_t soon = player_.GetPositionFrames() + 48 * 120;
-        ASSERT_TRUE(WaitForEnd());
-        const int64_t k = ExpectFade(NumberedA, NumberedB, kLength);
-        EXPECT_GE(k, at);
-        EXPECT_LT(k, soon) << "heard at once";
-        ExpectMonotonic(kLength);
-        EXPECT_EQ(events_.started, 1);
-        EXPECT_EQ(events_.stopped, 1);
+        InOneOfSeveral([&] {
+            events_ = RecordingEvents();
+            ASSERT_TRUE(PlayTo(at, [&] { return Numbered(kLength); }));
+            ASSERT_TRUE(Swap(Numbered(kLength, kStereo, NumberedB)));
+            const int64_t soon = player_.GetPositionFrames() + 48 * 120;
+            ASSERT_TRUE(WaitForEnd());
+            const int64_t k = ExpectFade(NumberedA, NumberedB, kLength);
+            EXPECT_GE(k, at);
+            EXPECT_LT(k, soon) << "heard at once";
+            ExpectMonotonic(kLength);
+            EXPECT_EQ(events_.started, 1);
+            EXPECT_EQ(events_.stopped, 1);
+        });
     }
 }
 
