@@ -112,7 +112,15 @@ bool LEnvelopeEffect::SetPresetText(const QString& text) {
 
 QString LEnvelopeEffect::SetOption(const QString& name, const QString& value) {
     if (name.compare(QLatin1String("points"), Qt::CaseInsensitive) == 0) return ParseEnvelope(value, places_);
+    if (name.compare(QLatin1String(kEnvelopeRows[0].id), Qt::CaseInsensitive) != 0)
+        return QStringLiteral("\"%1\" is no parameter; there are %2, points")
+            .arg(name, QLatin1String(kEnvelopeRows[0].id));
     return LTableEffect::SetOption(name, value);
+}
+
+std::vector<LEffectOption> LEnvelopeEffect::GetOptions() const {
+    return {{QStringLiteral("points"), EnvelopeText(places_),
+             QStringLiteral("places and gains: 0:100%,1.5s:0.5,50%:-6dB,end-200ms:0dB,end:0")}};
 }
 
 void LEnvelopeEffect::SetPoints(const std::vector<LEnvelopePoint>& points, int64_t length) {

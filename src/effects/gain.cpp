@@ -121,8 +121,10 @@ bool LAmplifyEffect::SetPresetText(const QString& text) {
 }
 
 QString LAmplifyEffect::SetOption(const QString& name, const QString& value) {
+    const QLatin1String percentId(kAmplifyRows[0].id);
+    if (name.compare(percentId, Qt::CaseInsensitive) == 0) return LTableEffect::SetOption(name, value);
     if (name.compare(QLatin1String("db"), Qt::CaseInsensitive) != 0)
-        return LTableEffect::SetOption(name, value);
+        return QStringLiteral("\"%1\" is no parameter; there are %2, db").arg(name, percentId);
     QString word = value.trimmed();
     if (word.endsWith(QLatin1String("dB"), Qt::CaseInsensitive)) word = word.chopped(2).trimmed();
     bool isNumber = false;
@@ -132,6 +134,12 @@ QString LAmplifyEffect::SetOption(const QString& name, const QString& value) {
         return QStringLiteral("db: \"%1\" is no value from -40 dB to 12.04 dB").arg(value);
     SetGain(gain);
     return {};
+}
+
+std::vector<LEffectOption> LAmplifyEffect::GetOptions() const {
+    const double db = 20 * std::log10(static_cast<double>(Gain()));
+    const QString value = exactGain_ ? QLocale::c().toString(db, 'g', 9) : QString();
+    return {{QStringLiteral("db"), value, QStringLiteral("the gain in dB: -6.5")}};
 }
 
 LSoundSourceRef LAmplifyEffect::CreateFilter(LSoundSourceRef source) const {

@@ -142,6 +142,27 @@ TEST_F(DcOffsetTest, IsSuggestedForShiftedSoundsOnly) {
     EXPECT_FALSE(SuggestsDcOffset(Write({0.5f, 0.5f}, stereo)));
 }
 
+TEST_F(DcOffsetTest, StopsWhereItIsCancelledAndThenCorrectsNothing) {
+    class LCancelAfter final : public LProgress {
+      public:
+        explicit LCancelAfter(int blocks) : left(blocks) {}
+        bool IsCancelled() override { return left-- == 0; }
+        WaitResult Sleep(int) override { return WaitResult::kSignalled; }
+        WaitResult WaitForHandle(LWaitHandle, int) override { return WaitResult::kSignalled; }
+        WaitResult WaitForHandles(const LHandleList&, int) override { return WaitResult::kSignalled; }
+        int left;
+    };
+    const LTestSound sound = {"five blocks", std::vector<float>(5 * 8192, 0.5f), {44100, 1}};
+    LDcOffsetEffect effect;
+    for (int blocks = 0; blocks < 5; ++blocks) {
+        Corrected(sound, effect);
+        LCancelAfter progress(blocks);
+        EXPECT_EQ(effect.Measure([&] { return Open(sound); }, progress), JobResult::kCancelled);
+        EXPECT_EQ(progress.left, -1) << "went on after it was cancelled";
+        EXPECT_TRUE(effect.Means().empty());
+    }
+}
+
 // Corrected, the same sound is not suggested again.
 TEST_F(DcOffsetTest, IsGoneAfterTheCorrection) {
     LTestSound sound = SpokenWords();

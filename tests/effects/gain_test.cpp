@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "effects/gain_fixture.h"
+#include "gen/bytes.h"
 
 namespace ondarix::test {
 namespace {
@@ -129,6 +130,19 @@ TEST(ChannelGainsTest, KeepsTheGainsOfChannelsThatASoundHasNot) {
     const auto copy = effect.Clone();
     copy->SetFormat({44100, 6});
     EXPECT_EQ(Param(*copy, 5).value, 25);
+
+    const QTemporaryDir folder;
+    LLsdfWriter writer(folder.filePath("gains"), 11, 1);
+    effect.Save(writer);
+    writer.Close();
+    LLsdfReader reader(std::make_shared<LFileBytes>(folder.filePath("gains")), 11);
+    ASSERT_TRUE(reader.IsValid());
+    LChannelGainsEffect loaded;
+    loaded.Load(reader);
+    EXPECT_EQ(loaded.GetParameterCount(), 2) << "the format is that of the sound, not of the file";
+    loaded.SetFormat({44100, 6});
+    EXPECT_EQ(Param(loaded, 0).value, 100);
+    EXPECT_EQ(Param(loaded, 5).value, 25);
 }
 
 }  // namespace
