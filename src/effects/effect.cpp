@@ -213,6 +213,7 @@ QString LEffect::SetOption(const QString& name, const QString& value) {
         return QStringLiteral("%1: \"%2\" is no value from %3 to %4")
             .arg(param.id, value, ParamText(param, param.minimum), ParamText(param, param.maximum));
     }
+    for (const LEffectOption& option : GetOptions()) known += option.id;
     return known.isEmpty()
                ? QStringLiteral("\"%1\" is no parameter: there are none").arg(name)
                : QStringLiteral("\"%1\" is no parameter; there are %2").arg(name, known.join(", "));

@@ -47,6 +47,13 @@ QString ParamText(const LEffectParam& param, double value, bool withUnit = true)
 // choice is its name, the start of it where that is unique, or its number; "-inf" is kMinusInfinityDb.
 std::optional<double> ParseParam(const LEffectParam& param, const QString& text);
 
+// A value that is no parameter.
+struct LEffectOption {
+    QString id;
+    QString value;  // the present one as SetOption takes it; empty: the parameters tell it
+    QString help;   // one line, with an example of its form
+};
+
 // Opens the sound that an effect is going to work on, from its start, in the state that the effects before it
 // leave it in.
 using LOpenSource = std::function<LSoundSourceRef()>;
@@ -113,6 +120,8 @@ class LEffect {
     // By name, from the command line: why it cannot be taken, empty where it was. Here: the parameters by
     // their ids.
     virtual QString SetOption(const QString& name, const QString& value);
+    // What SetOption takes beside the parameters.
+    virtual std::vector<LEffectOption> GetOptions() const { return {}; }
 
     // Saved with the effect, and used by the chain.
     bool enabled = true;  // in its chain

@@ -98,10 +98,19 @@ double LNormalizeEffect::Target() const {
 
 bool LNormalizeEffect::IsMeasured() const { return found_ && MeasuresAlike(found_->asked, params); }
 
+std::vector<LEffectOption> LNormalizeEffect::GetOptions() const {
+    return {{QStringLiteral("percent"), {}, QStringLiteral("the level in percent, 0.1 to 100: 90%")}};
+}
+
 float LNormalizeEffect::Gain() const {
     if (!IsMeasured() || found_->level == 0 || std::isnan(found_->level)) return 1;
     const auto gain = static_cast<float>(Target() / found_->level);
     return std::isfinite(gain) ? gain : 1;
+}
+
+std::optional<double> LNormalizeEffect::MeasuredLevel() const {
+    if (!IsMeasured() || found_->level == 0 || std::isnan(found_->level)) return std::nullopt;
+    return found_->level;
 }
 
 LSoundSourceRef LNormalizeEffect::CreateFilter(LSoundSourceRef source) const {

@@ -44,6 +44,7 @@ class LNormalizeEffect final : public LTableEffect<LNormalizeEffect, LNormalizeP
     bool GetParameterInfo(int index, LEffectParam& out) const override;
     // Also "percent": the level of a peak, 0.1 to 100.
     QString SetOption(const QString& name, const QString& value) override;
+    std::vector<LEffectOption> GetOptions() const override;
     bool NeedsMeasure() const override { return true; }
     JobResult Measure(const LOpenSource& open, LProgress& progress) override;
 
@@ -51,6 +52,9 @@ class LNormalizeEffect final : public LTableEffect<LNormalizeEffect, LNormalizeP
     double Target() const;
     // Of the sound that was measured; 1 where nothing is to be changed.
     float Gain() const;
+    // Linear, what was measured; nothing before Measure, when the way of measuring was changed since, and
+    // where there was nothing to measure.
+    std::optional<double> MeasuredLevel() const;
     // "Normalize Peak Level (%) = 100, Method = Peak"
     QString BatchText() const;
 
