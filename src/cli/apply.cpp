@@ -3,13 +3,64 @@
 
 #include "cli/edit_session.h"
 #include "cli/effect_words.h"
+#include "cli/level.h"
 #include "cli/positions.h"
 #include "effects/chain.h"
+#include "effects/dc_offset.h"
+#include "effects/normalize.h"
 
 namespace ondarix {
 namespace {
 
 constexpr const char* kChainUndoName = "Applying Effect";
+
+// An effect that is applied while its owner keeps it, to ask it afterwards what it has measured.
+class LLentEffect final : public LEffect {
+  public:
+    explicit LLentEffect(std::shared_ptr<LEffect> lent) : lent_(std::move(lent)) {
+        enabled = lent_->enabled;
+        bypass = lent_->bypass;
+    }
+    LSoundSourceRef CreateFilter(LSoundSourceRef source) const override {
+        return lent_->CreateFilter(std::move(source));
+    }
+    QString GetName() const override { return lent_->GetName(); }
+    int32_t GetType() const override { return lent_->GetType(); }
+    std::unique_ptr<LEffect> Clone() const override { return lent_->Clone(); }
+    bool IsEnabled() const override { return lent_->IsEnabled(); }
+    bool NeedsMeasure() const override { return lent_->NeedsMeasure(); }
+    JobResult Measure(const LOpenSource& open, LProgress& progress) override {
+        return lent_->Measure(open, progress);
+    }
+    void SetFormat(LSoundFormat format) override { lent_->SetFormat(format); }
+
+  private:
+    std::shared_ptr<LEffect> lent_;
+};
+
+using LKeptEffects = std::vector<std::shared_ptr<LEffect>>;
+
+LEffectList Lend(const LKeptEffects& kept) {
+    LEffectList lent;
+    for (const auto& effect : kept) lent.push_back(std::make_unique<LLentEffect>(effect));
+    return lent;
+}
+
+// Levels in dB, null where there was nothing to measure.
+QJsonObject MeasuredToJson(const LEffect& effect) {
+    QJsonObject json;
+    if (const auto* normalize = dynamic_cast<const LNormalizeEffect*>(&effect)) {
+        const auto level = normalize->MeasuredLevel();
+        json["levelDb"] = level && *level > 0 ? QJsonValue(LevelDb(*level)) : QJsonValue(QJsonValue::Null);
+        json["gainDb"] = LevelDb(static_cast<double>(normalize->Gain()));
+    }
+    if (const auto* offset = dynamic_cast<const LDcOffsetEffect*>(&effect)) {
+        QJsonArray means;
+        for (const double mean : offset->Means()) means += mean;
+        json["means"] = means;
+    }
+    return json;
+}
 
 // What the command line asks for, before anything is opened.
 struct LApplyPlan {
@@ -56,7 +107,7 @@ QString ParsePlan(const LArguments& arguments, LApplyPlan& plan) {
     if (error.isEmpty()) error = ParseRangeOption(arguments, kEndOption, plan, plan.end);
     if (error.isEmpty()) error = ParseChannel(arguments, plan);
     for (const LEffectWords& words : plan.words)
-        if (error.isEmpty() && words.row) error = CheckEffect(words);
+        if (error.isEmpty() && words.row) BuildForAnyLayout(words, error);
     return error;
 }
 
@@ -101,7 +152,7 @@ QString SelectPlace(const LApplyPlan& plan, LEditSession& session) {
 }
 
 // What BuildEffect makes of the words, with what the chains hold between.
-QString BuildList(LApplyPlan& plan, LSoundFormat format, LEffectList& effects) {
+QString BuildList(LApplyPlan& plan, LSoundFormat format, LKeptEffects& effects) {
     QString error;
     for (size_t i = 0; i < plan.words.size(); ++i) {
         const LEffectWords& words = plan.words[i];
@@ -116,6 +167,17 @@ QString BuildList(LApplyPlan& plan, LSoundFormat format, LEffectList& effects) {
     if (effects.size() > LEffectChain::kMostEffects)
         return QString("at most %1 effects can be applied at once").arg(LEffectChain::kMostEffects);
     return effects.empty() ? QString("the chain holds no effects") : QString();
+}
+
+QJsonArray AppliedToJson(const LKeptEffects& effects) {
+    QJsonArray array;
+    for (const auto& effect : effects) {
+        QJsonObject json = EffectToJson(*effect);
+        const QJsonObject measured = MeasuredToJson(*effect);
+        if (!measured.isEmpty()) json["measured"] = measured;
+        array += json;
+    }
+    return array;
 }
 
 QString UndoName(const LApplyPlan& plan) {
@@ -140,18 +202,16 @@ ExitStatus Apply(LApplyPlan& plan, LEditSession& session) {
     const QString fault = SelectPlace(plan, session);
     if (context.progress.IsCancelled()) return context.Ended(JobResult::kCancelled, {});
     if (!fault.isEmpty()) return fail(fault);
-    LEffectList effects;
+    LKeptEffects effects;
     const QString bad = BuildList(plan, session.Doc().Edited().Format(), effects);
     if (!bad.isEmpty()) return fail(bad);
     QJsonObject& json = context.console.Result();
     TellRange(plan, session.Doc(), json);
-    QJsonArray told;
-    for (const auto& effect : effects) told += EffectToJson(*effect);
-    json["effects"] = told;
 
     JobResult result = JobResult::kFailed;
-    ApplyEffects(session.document, session.host, std::move(effects), UndoName(plan),
+    ApplyEffects(session.document, session.host, Lend(effects), UndoName(plan),
                  [&](JobResult ended) { result = ended; });
+    json["effects"] = AppliedToJson(effects);
     for (const QString& remark : plan.remarks)
         if (result == JobResult::kSuccess) context.host.Tell({}, remark);
     return context.Ended(result, "apply: the effects cannot be applied");

@@ -11,9 +11,6 @@
 namespace ondarix {
 namespace {
 
-// Layouts for which an effect may know the values, where they follow the channels: the usual ones first.
-constexpr uint8_t kLayouts[] = {2, 1, 6, 8, 4, 3, 5, 7, 255};
-
 QJsonArray ChainToJson(const LEffectList& effects) {
     QJsonArray array;
     for (const auto& effect : effects) array += EffectToJson(*effect);
@@ -33,15 +30,6 @@ QString ChainText(const LEffectList& effects) {
         text += line + "\n";
     }
     return text;
-}
-
-std::unique_ptr<LEffect> BuildForAnyLayout(const LEffectWords& words, QString& error) {
-    for (const uint8_t channels : kLayouts) {
-        QString fault;
-        if (auto effect = BuildEffect(words, {44100, channels}, fault)) return effect;
-        if (error.isEmpty()) error = fault;
-    }
-    return nullptr;
 }
 
 // Of the words behind OUT. `status`: of a fault.

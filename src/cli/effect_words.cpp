@@ -9,7 +9,8 @@
 namespace ondarix {
 namespace {
 
-constexpr uint8_t kTrialChannels[] = {2, 1, 6};
+// Numbers of channels for which the parameters of an effect may be others, the usual one first.
+constexpr uint8_t kLayouts[] = {2, 1, 6, 8, 4, 3, 5, 7, 255};
 constexpr int32_t kTrialRate = 44100;
 
 bool Is(const QString& word, const LOptionRow& option) { return word == QLatin1String(option.name); }
@@ -120,8 +121,8 @@ bool FollowsFormat(const LEffect& effect) {
         copy->SetFormat({kTrialRate, channels});
         return ParameterIds(*copy);
     };
-    const QStringList first = ids(kTrialChannels[0]);
-    return std::any_of(std::begin(kTrialChannels) + 1, std::end(kTrialChannels),
+    const QStringList first = ids(kLayouts[0]);
+    return std::any_of(std::begin(kLayouts) + 1, std::end(kLayouts),
                        [&](uint8_t channels) { return ids(channels) != first; });
 }
 
@@ -138,10 +139,15 @@ std::unique_ptr<LEffect> BuildEffect(const LEffectWords& words, LSoundFormat for
     return nullptr;
 }
 
-QString CheckEffect(const LEffectWords& words) {
-    QString error;
-    const bool good = BuildEffect(words, {kTrialRate, kTrialChannels[0]}, error) != nullptr;
-    return good || FollowsFormat(*words.row->make()) ? QString() : error;
+std::unique_ptr<LEffect> BuildForAnyLayout(const LEffectWords& words, QString& error) {
+    QString first;
+    for (const uint8_t channels : kLayouts) {
+        QString fault;
+        if (auto effect = BuildEffect(words, {kTrialRate, channels}, fault)) return effect;
+        if (first.isEmpty()) first = fault;
+    }
+    error = first;
+    return nullptr;
 }
 
 QStringList PresetNames(const LEffect& effect) { return PresetOwner(effect).builtIn + UserPresets(effect); }
@@ -158,16 +164,31 @@ QJsonObject ValuesToJson(const LEffect& effect) {
     LEffectParam param;
     for (int i = 0; i < effect.GetParameterCount(); ++i)
         if (effect.GetParameterInfo(i, param)) values[param.id] = ParamToJson(param, param.value);
+    for (const LEffectOption& option : effect.GetOptions())
+        if (!option.value.isEmpty()) values[option.id] = option.value;
     return values;
 }
 
-QString ValuesText(const LEffect& effect) {
+QString ValuesText(const LEffect& effect, const LEffect* basis) {
     QStringList values;
-    LEffectParam param;
+    LEffectParam param, before;
     for (int i = 0; i < effect.GetParameterCount(); ++i) {
-        if (effect.GetParameterInfo(i, param))
-            values += QString("%1=%2").arg(param.id, ParamText(param, param.value).remove(' '));
+        if (!effect.GetParameterInfo(i, param)) continue;
+        if (basis && basis->GetParameterInfo(i, before) && before.value == param.value) continue;
+        QString value = ParamText(param, param.value);
+        if (param.choices.isEmpty()) value.remove(' ');
+        if (value.contains(' ')) value = '"' + value + '"';
+        values += param.id + '=' + value;
     }
+    const auto given = [](const LEffect& one) {
+        QStringList words;
+        for (const LEffectOption& option : one.GetOptions())
+            if (!option.value.isEmpty()) words += option.id + '=' + option.value;
+        return words;
+    };
+    const QStringList known = basis ? given(*basis) : QStringList();
+    for (const QString& word : given(effect))
+        if (!known.contains(word)) values += word;
     return values.join(' ');
 }
 

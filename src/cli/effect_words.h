@@ -38,8 +38,8 @@ std::vector<LEffectWords> ParseEffectWords(const QStringList& words, QString& er
 bool FollowsFormat(const LEffect& effect);
 // With preset and values, for a sound of `format`. Null where one of them cannot be taken; `error` says why.
 std::unique_ptr<LEffect> BuildEffect(const LEffectWords& words, LSoundFormat format, QString& error);
-// Whether BuildEffect can succeed for some format; what depends on the format counts as good.
-QString CheckEffect(const LEffectWords& words);
+// The same for the first number of channels that the parameters fit; null where none does.
+std::unique_ptr<LEffect> BuildForAnyLayout(const LEffectWords& words, QString& error);
 
 // Built-in names first, then the user's.
 QStringList PresetNames(const LEffect& effect);
@@ -48,8 +48,9 @@ QStringList PresetNames(const LEffect& effect);
 QJsonValue ParamToJson(const LEffectParam& param, double value);
 // "gain": 50, ...
 QJsonObject ValuesToJson(const LEffect& effect);
-// "gain=50% time=1.5 ms"
-QString ValuesText(const LEffect& effect);
+// gain=50% method="Peak Loudness (RMS)", as a shell takes it; only what differs from `basis`, where one is
+// given.
+QString ValuesText(const LEffect& effect, const LEffect* basis = nullptr);
 // Id, name, number, whether it is on, and its values.
 QJsonObject EffectToJson(const LEffect& effect);
 bool IsUnknown(const LEffect& effect);

@@ -48,6 +48,16 @@ QJsonArray ParametersToJson(const LEffect& effect) {
     return array;
 }
 
+QJsonArray MoreToJson(const LEffect& effect) {
+    QJsonArray array;
+    for (const LEffectOption& option : effect.GetOptions()) {
+        QJsonObject json{{"id", option.id}, {"help", option.help}};
+        if (!option.value.isEmpty()) json["default"] = option.value;
+        array += json;
+    }
+    return array;
+}
+
 // Calls `use` with each preset's name, whether it is the user's, and the effect that is set to it.
 template <typename F>
 void ForEachPreset(const LEffect& effect, F&& use) {
@@ -79,6 +89,7 @@ QJsonObject ToJson(const LEffectRow& row, const LEffect& effect) {
             {"stored", row.type != 0},
             {"followsFormat", FollowsFormat(effect)},
             {"parameters", ParametersToJson(effect)},
+            {"options", MoreToJson(effect)},
             {"presets", PresetsToJson(effect)}};
 }
 
@@ -100,25 +111,32 @@ QString Columns(const QList<QStringList>& rows) {
 }
 
 QString RangeText(const LEffectParam& param) {
-    if (param.type == LParamType::kBool) return "on, off";
-    if (!param.choices.isEmpty()) return param.choices.join(", ");
+    if (param.type == LParamType::kBool) return "on or off";
+    if (!param.choices.isEmpty()) return "one of those below";
     return QString("%1 to %2").arg(ParamText(param, param.minimum, false), ParamText(param, param.maximum));
 }
 
 QString ParametersText(const LEffect& effect) {
     QList<QStringList> rows;
+    QString choices;
     LEffectParam param;
     for (int i = 0; i < effect.GetParameterCount(); ++i) {
-        if (effect.GetParameterInfo(i, param))
-            rows += {param.id, RangeText(param), "default " + ParamText(param, param.value), param.name};
+        if (!effect.GetParameterInfo(i, param)) continue;
+        rows += {param.id, RangeText(param), "default " + ParamText(param, param.value), param.name};
+        if (!param.choices.isEmpty()) choices += QString("Choices of %1:\n").arg(param.id);
+        for (const QString& choice : param.choices) choices += "  " + choice + '\n';
     }
-    return rows.isEmpty() ? QString() : "Parameters:\n" + Columns(rows);
+    QList<QStringList> more;
+    for (const LEffectOption& option : effect.GetOptions()) more += {option.id, option.help};
+    return (rows.isEmpty() ? QString() : "Parameters:\n" + Columns(rows) + choices) +
+           (more.isEmpty() ? QString() : "Values:\n" + Columns(more));
 }
 
+// With the values that are not the defaults.
 QString PresetsText(const LEffect& effect) {
     QList<QStringList> rows;
     ForEachPreset(effect, [&](const QString& name, bool own, const LEffect& set) {
-        rows += {OneLine(name), ValuesText(set) + (own ? " (own)" : "")};
+        rows += {OneLine(name), ValuesText(set, &effect) + (own ? " (own)" : "")};
     });
     return rows.isEmpty() ? QString() : "Presets:\n" + Columns(rows);
 }
