@@ -35,6 +35,7 @@ class LEnvelopeEffect final : public LTableEffect<LEnvelopeEffect, LEnvelopePara
     bool SetPresetText(const QString& text) override;
     // Also "points": see ParseEnvelope.
     QString SetOption(const QString& name, const QString& value) override;
+    std::vector<LEffectOption> GetOptions() const override;
 
     // In any order; none: a gain of 1. What is no gain (see LEnvelopePlace) is put into its range. With
     // `length`, the frames of the sound that they were set on, they move with the length of any other sound.

@@ -33,6 +33,7 @@ class LAmplifyEffect final : public LTableEffect<LAmplifyEffect, LAmplifyParams>
     bool SetPresetText(const QString& text) override;
     // Also "db": the gain in dB, exactly.
     QString SetOption(const QString& name, const QString& value) override;
+    std::vector<LEffectOption> GetOptions() const override;
 
     // Linear, clamped to the range; the parameter becomes the percent next to it. NaN changes nothing.
     void SetGain(float gain);
