@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "effects/chain_file.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <QDir>
 #include <QSet>
+#include <csignal>
 
 #include "effects/ecf_bytes.h"
 #include "effects/effect_fixture.h"
@@ -259,6 +261,9 @@ TEST_F(ChainFileTest, WhatHasNoPlaceInAChainIsThrownAway) {
               std::vector<int32_t>{1});
     EXPECT_EQ(TypesOf(Read(EcfFile(EcfGroup(4096, plain) + EcfEffect(0, plain) + EcfEffect(1, plain)))),
               std::vector<int32_t>{1});
+    EXPECT_EQ(TypesOf(Read(EcfFile(EcfEffect(1, plain) + EcfGroup(4096, plain) + EcfEffect(5000, plain)))),
+              (std::vector<int32_t>{1, 1, 5000}))
+        << "a number goes for all groups up to the next number";
     QByteArray many;
     for (int i = 0; i < 1500; ++i) many += EcfEffect(i % 2 ? 1 : 5000, plain);
     const LEffectChain chain = Read(EcfFile(many));
@@ -362,6 +367,42 @@ TEST_F(ChainFileTest, TellsWhyAFileCannotBeReadOrWritten) {
     EXPECT_EQ(ChainMessage(LChainWrite::kEmpty).text,
               "No effects added, please add some effects and then try again.");
     EXPECT_EQ(said(ChainMessage(LChainWrite::kWritten)), "|");
+}
+
+// As on a disk that is full after `bytes` of a file.
+class LFileLimit {
+  public:
+    explicit LFileLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~LFileLimit() {
+        setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+  private:
+    rlimit before_{};
+    void (*handler_)(int);
+};
+
+TEST_F(ChainFileTest, AFullDiskLeavesTheOldFileAndNothingElse) {
+    LEffectChain chain;
+    ASSERT_TRUE(chain.Add(MakeEffect(1)));
+    const QByteArray old = Write(chain);
+    ASSERT_TRUE(chain.Add(MakeEffect(1)));
+    const qsizetype whole =
+        EcfFile(EcfEffect(1, EcfCommon() + EcfU32(8192, 100)) + EcfEffect(1, EcfCommon() + EcfU32(8192, 100)))
+            .size();
+    for (qsizetype room = 0; room < whole; room += 7) {
+        const LFileLimit limit(static_cast<rlim_t>(room));
+        ASSERT_EQ(WriteEffectChainFile(Path(), chain), LChainWrite::kFailed) << room;
+    }
+    EXPECT_EQ(FileBytesOf(Path()), old);
+    EXPECT_EQ(QDir(folder_.path()).entryList(QDir::Files | QDir::Hidden), QStringList{"chain.ecf"});
+    const LFileLimit limit(static_cast<rlim_t>(whole));
+    EXPECT_EQ(WriteEffectChainFile(Path(), chain), LChainWrite::kWritten);
 }
 
 TEST_F(ChainFileTest, TakesThePlaceOfTheOldFile) {

@@ -128,6 +128,14 @@ inline Variants VariantsOf(const LEffectRow& row, LSoundFormat format) {
         LEffect& high = add("most of " + std::to_string(i));
         high.SetParameter(i, InfoOf(high, i).maximum);
     }
+    // Curves through points, where the effect has such.
+    for (const char* points : {"0:0,10%:1.5,50%:2,50%:-20dB,end:0.5", "end-3:0.25", "-100:0,1500:3"}) {
+        for (int curve = 0; row.make()->SetOption("points", points).isEmpty() && curve < 4; ++curve) {
+            LEffect& effect = add(std::string("curve ") + std::to_string(curve) + " through " + points);
+            effect.SetOption("points", points);
+            effect.SetParameter(0, curve);
+        }
+    }
     std::mt19937 random(77);
     for (int i = 0; i < 4 && parameters > 0; ++i) SetAnyValues(add("any " + std::to_string(i)), random);
     return all;

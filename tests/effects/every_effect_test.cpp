@@ -331,6 +331,16 @@ TEST_P(EveryEffectInTheSettings, ComesBackFromAPresetExactly) {
         EXPECT_EQ(ValuesOf(*other), ValuesOf(*effect));
         EXPECT_EQ(other->PresetText(), effect->PresetText());
     }
+    for (const Variant& variant : VariantsOf(Row(), kStereo)) {
+        const std::unique_ptr<LEffect> other = Row().make();
+        other->SetFormat(kStereo);
+        ASSERT_TRUE(other->SetPresetText(variant.effect->PresetText())) << variant.what;
+        const Samples noise = RoughNoise(3000, 2);
+        Prepare(*variant.effect, noise, kStereo);
+        Prepare(*other, noise, kStereo);
+        EXPECT_TRUE(SameBits(Filtered(*other, noise, kStereo), Filtered(*variant.effect, noise, kStereo)))
+            << variant.what;
+    }
     const std::unique_ptr<LEffect> effect = Row().make();
     const QString before = effect->PresetText();
     for (const char* wrong : {"nan", "inf 1", "a b c", "1,5", "\n", "1e999"}) {

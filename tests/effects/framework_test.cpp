@@ -2,6 +2,7 @@
 // Parameters of every type, and what a filter does around its arithmetic, on an effect that has it all.
 #include <QFile>
 
+#include "effects/ecf_bytes.h"
 #include "effects/effect_fixture.h"
 #include "effects/filter.h"
 #include "effects/param_table.h"
@@ -150,6 +151,46 @@ TEST(EffectParameterTest, TheOlderFormIsReadAsFarAsItGoes) {
     LAllTypesEffect hostile;
     hostile.LoadFixed(std::vector<uint8_t>(25, 0xFF));
     EXPECT_EQ(ValuesOf(hostile), (std::vector<double>{-1, 3, 0.5, -1, 1, 1, 65535}));
+}
+
+TEST(EffectParameterTest, EveryTypeIsStoredInTheWidthOfTheFormat) {
+    LAllTypesEffect effect;
+    const double values[] = {-3, 3, 0.1, kMinusInfinityDb, 0, 4e12, 65535};
+    for (int i = 0; i < effect.GetParameterCount(); ++i) effect.SetParameter(i, values[i]);
+    effect.enabled = false;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath("stored");
+    {
+        LLsdfWriter writer(path, 11, 1);
+        effect.SaveStored(writer);
+    }
+    const QByteArray fields = EcfU32(8192, 0xFFFFFFFD) + EcfByte(8193, 3) + EcfF32(8194, 0.1f) +
+                              EcfByte(8195, 129) + EcfByte(8196, 0) + EcfU32(8197, 0x7FFFFFFF) +
+                              EcfU32(8198, 65535);
+    EXPECT_EQ(FileBytesOf(path), EcfFile(EcfCommon(1) + fields));
+    LLsdfReader reader(std::make_shared<LFileBytes>(path), 11);
+    LAllTypesEffect read;
+    read.LoadStored(reader);
+    // 0.1 and not the float's neighbour of it; a time that 32 bits do not hold is cut to what they do.
+    EXPECT_EQ(ValuesOf(read), (std::vector<double>{-3, 3, 0.1, kMinusInfinityDb, 0, 2147483647, 65535}));
+    EXPECT_EQ(read.bypass, 1);
+    EXPECT_TRUE(read.enabled);
+}
+
+TEST(EffectParameterTest, StoredNumbersThatAreNoneChangeNothing) {
+    const QTemporaryDir folder;
+    for (const auto& [stored, expected] : {std::pair{std::nanf(""), 0.5}, std::pair{INFINITY, 20.0},
+                                           std::pair{-INFINITY, 0.1}, std::pair{1e-45f, 0.1}}) {
+        const QString path = folder.filePath("stored");
+        QFile file(path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(EcfFile(EcfCommon() + EcfF32(8194, stored) + EcfByte(8193, 200) + EcfByte(8195, 128)));
+        file.close();
+        LLsdfReader reader(std::make_shared<LFileBytes>(path), 11);
+        LAllTypesEffect effect;
+        effect.LoadStored(reader);
+        EXPECT_EQ(ValuesOf(effect), (std::vector<double>{7, 3, expected, kMinusInfinityDb, 1, 1000, 50}));
+    }
 }
 
 TEST(EffectParameterTest, APresetIsTheCurrentOneWhileEveryValueIsItsOwn) {

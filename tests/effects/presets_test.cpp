@@ -49,6 +49,8 @@ TEST_F(PresetsTest, AreSavedOverwrittenAndDeletedInTheirOrder) {
     EXPECT_EQ(UserPresets(*effect_), (QStringList{"Quiet", "Loud", third}));
     EXPECT_EQ(Load(QString::fromUtf8("GRÖSSE /:*?\"<>| 100%1").replace("SS", QString::fromUtf8("ß"))), 77);
     EXPECT_EQ(Load(third.normalized(QString::NormalizationForm_D)), 77) << "typed on another keyboard";
+    EXPECT_EQ(Save(QString::fromUtf8("GRÖßE /:*?\"<>| 100%1"), 78, true), LPresetResult::kDone);
+    EXPECT_EQ(Load(third), 78);
     EXPECT_EQ(DeleteUserPreset(*effect_, "quiet"), LPresetResult::kDone);
     EXPECT_EQ(DeleteUserPreset(*effect_, "quiet"), LPresetResult::kUnknown);
     EXPECT_EQ(UserPresets(*effect_), (QStringList{"Loud", third}));
@@ -168,6 +170,8 @@ TEST_F(PresetsTest, RecentEffectsAreTheLastTwo) {
     RememberEffect("nothing of that kind");
     EXPECT_EQ(RecentEffects(), (QStringList{"reverse", "amplify"}));
     RememberEffect("Amplify");
+    EXPECT_EQ(RecentEffects(), (QStringList{"amplify", "reverse"}));
+    RememberEffect("amplify");
     EXPECT_EQ(RecentEffects(), (QStringList{"amplify", "reverse"}));
     RememberEffect("mute");
     EXPECT_EQ(RecentEffects(), (QStringList{"mute", "amplify"}));
