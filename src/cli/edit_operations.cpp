@@ -28,7 +28,7 @@ constexpr LNumberKind kNumberKinds[] = {
 
 template <typename F>
 void ForEachRow(F&& use) {
-    for (const auto rows : {SoundSteps(), CommandSteps(), MarkSteps(), PieceSteps()}) {
+    for (const auto rows : {SoundSteps(), CommandSteps(), MixSteps(), MarkSteps(), PieceSteps()}) {
         for (const LEditRow& row : rows) use(row);
     }
 }

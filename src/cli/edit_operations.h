@@ -43,6 +43,7 @@ std::span<const LEditRow> SoundSteps();    // edit_sound_steps.cpp
 std::span<const LEditRow> CommandSteps();  // edit_command_steps.cpp
 std::span<const LEditRow> MarkSteps();     // edit_mark_steps.cpp
 std::span<const LEditRow> PieceSteps();    // edit_piece_steps.cpp
+std::span<const LEditRow> MixSteps();      // edit_mix_steps.cpp
 
 // A piece of a sound takes some hundred bytes of memory, and each step of the history copies the list.
 inline constexpr int64_t kMostPieces = 100'000;

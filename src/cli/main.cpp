@@ -7,6 +7,7 @@
 #include <new>
 
 #include "cli/terminal.h"
+#include "effects/mix.h"
 #include "gen/phase.h"
 
 namespace ondarix {
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
     std::set_new_handler(&OnOutOfMemory);
     RegisterThreadTag("MAIN");
     CatchSignals();
+    RegisterMixing();
     QStringList words;
     QString badWord;
     for (int i = 1; i < argc; ++i) {
