@@ -283,6 +283,9 @@ TEST_F(DocumentEditTest, NothingGrowsBeyondWhatSixtyFourBitsCount) {
         host_.told.value(1).startsWith("Too many loops|Unable to repeat this loop 3074457345618258602 times, "
                                        "as this would cause the file to "
                                        "exceed the maximum length supported by Ondarix. Plea"));
+    EXPECT_EQ(InsertSilence(document_, host_, 1, 0), JobResult::kCancelled);
+    EXPECT_EQ(host_.told.value(2),
+              "Invalid Silence Time|The specified silence time is not valid. Please try again.");
     EXPECT_EQ(document_.sound.Length(), 3);
     SetSettingBool("Settings", "AutoPlaybackAfterEffects", true);
     EXPECT_EQ(InsertSilence(document_, host_, 3, 2), JobResult::kSuccess);
