@@ -6,6 +6,7 @@
 #include "app/commands.h"
 #include "app/deferred_delete.h"
 #include "app/progress_dialog.h"
+#include "effects/mix.h"
 
 namespace ondarix {
 
@@ -20,6 +21,9 @@ LApplication::LApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setDesktopFileName(QStringLiteral("works.vellmark.Ondarix"));
     setQuitOnLastWindowClosed(false);
     RegisterSubsystem(LSubsystem::kPlayback);
+    RegisterSubsystem(LSubsystem::kEffects);
+    RegisterSubsystem(LSubsystem::kEffectChains);
+    RegisterMixing();
 }
 
 int LApplication::Run() { return ended_ ? 0 : exec(); }
