@@ -22,7 +22,6 @@ LApplication::LApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setQuitOnLastWindowClosed(false);
     RegisterSubsystem(LSubsystem::kPlayback);
     RegisterSubsystem(LSubsystem::kEffects);
-    RegisterSubsystem(LSubsystem::kEffectChains);
     RegisterMixing();
 }
 
