@@ -22,6 +22,7 @@ LApplication::LApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setQuitOnLastWindowClosed(false);
     RegisterSubsystem(LSubsystem::kPlayback);
     RegisterSubsystem(LSubsystem::kEffects);
+    RegisterSubsystem(LSubsystem::kEffectChains);
     RegisterMixing();
 }
 

@@ -37,6 +37,7 @@ enum LCommand : int {
     kCmdPaste = 2005,
     kCmdSelectAll = 2006,
     kCmdDuplicate = 2008,
+    kCmdPasteMix = 2009,
     kCmdDelete = 2010,
     kCmdSelectNone = 2011,
     kCmdSelectToStart = 2012,
@@ -65,7 +66,10 @@ enum LCommand : int {
     kCmdJoin = 2045,
     kCmdJump = 2048,
     kCmdSplitParts = 2050,
+    kCmdMixWithFile = 2044,
     kCmdPasteToNew = 2053,
+    kCmdPasteBackground = 2066,
+    kCmdBackgroundFile = 2068,
     kCmdHistory = 2072,
     kCmdRevert = 2080,
     kCmdCopyToNew = 2081,
@@ -108,6 +112,28 @@ enum LCommand : int {
     kCmdScrubBack = 3042,
     kCmdScrubForward = 3043,
 
+    kCmdAmplify = 4001,
+    kCmdNormalize = 4002,
+    kCmdAutoNormalize = 4003,
+    kCmdFadeIn = 4006,
+    kCmdFadeOut = 4007,
+    kCmdReverse = 4008,
+    kCmdEnvelope = 4012,
+    kCmdFadeInTrim = 4013,
+    kCmdFadeOutTrim = 4014,
+    kCmdFadeInClip = 4015,
+    kCmdFadeOutClip = 4016,
+    kCmdCrossfade = 4017,
+    kCmdDcOffset = 4018,
+    kCmdCrossfadeOther = 4019,
+    kCmdCrossfadeLoop = 4020,
+    kCmdMute = 4021,
+    kCmdAmplifyChannels = 4022,
+    kCmdEffectChain = 4028,
+    kCmdApplyChain = 4029,
+    kCmdChannelSwap = 4057,
+    kCmdPhaseInversion = 4058,
+
     kCmdZoomIn = 5001,
     kCmdZoomOut = 5002,
     kCmdZoomFull = 5003,
@@ -133,6 +159,7 @@ enum LCommand : int {
 
     kCmdOptions = 7001,
     kCmdSearch = 7002,
+    kCmdLoudness = 7020,
 
     kCmdAddBookmark = 8001,
     kCmdRenameBookmark = 8002,
@@ -196,6 +223,13 @@ enum class LSubsystem : uint8_t {
     kEditor,
     kMixing,
     kEffects,
+    kEffectChains,
+    kEnvelopes,
+    kCrossfades,
+    kFilterEffects,
+    kDynamics,
+    kDelayEffects,
+    kCleanup,
     kAnalysis,
     kPlayback,
     kRecording,
@@ -242,6 +276,8 @@ const LCommandRow* FindCommand(
 bool IsVisible(const LCommandRow& row);
 QString PlainText(const LCommandRow& row);    // without "&" and "..."
 QString CommandPath(const LCommandRow& row);  // "Edit > Split > Split at Cursor"
+// Whether it changes the active sound, its marks or its file: not available while a job works on that.
+bool ChangesSound(const LCommandRow& row);
 // "" for a command that needs no open file.
 QString CommandHint(const LCommandRow& row);
 

@@ -30,7 +30,7 @@ constexpr LCommandRow kViewRows[] = {
      kSeparatorBefore | kCheckable},
     {kCmdSidePanel, kIn, 0, "Side &Panel", "panel", "F9", kNothing, kCheckable},
     {kCmdPlayerBar, kIn, 0, "Player", "", "", kNothing, kCheckable, kPlayback},
-    {5029, kIn, 0, "Show All Effects...", "", "", kNothing, kPlain, kEffects},
+    {5029, kIn, 0, "Show All Effects...", "", "", kNothing, kPlain, kCleanup},
     {kCmdTabs, kIn, 0, "Sounds as Tabs", "tabs", "", kNothing, kSeparatorBefore | kCheckable | kInToolbar},
     {kCmdTile, kIn, 0, "&Tile Windows", "tile", "", kSound, kInToolbar},
     {kCmdCascade, kIn, 0, "&Cascade Windows", "", "", kSound},

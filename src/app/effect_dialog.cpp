@@ -46,7 +46,6 @@ LEffectDialog::LEffectDialog(LEffectContext context, const QString& name, const 
       sound_(std::make_shared<LPreviewSound>(context_.operation.Range())) {
     setObjectName(name);
     setWindowTitle(title);
-    setMinimumWidth(460);
     preview_ = std::make_unique<LEffectPreview>(context_.frame.Playback(), context_.frame.EditHost(), sound_,
                                                 [this] { return BuildPreview(); });
     auto* layout = new QVBoxLayout(this);
@@ -58,6 +57,7 @@ LEffectDialog::LEffectDialog(LEffectContext context, const QString& name, const 
 LEffectDialog::~LEffectDialog() {
     preview_->disconnect(this);
     preview_->Stop();
+    if (picture_) picture_->Stop();
 }
 
 LPreviewStack LEffectDialog::BuildPreview() { return StackOfEffects(sound_, Effects()); }
@@ -154,6 +154,7 @@ void LEffectDialog::Accept() {
 
 void LEffectDialog::done(int result) {
     preview_->Stop();
+    picture_->Stop();
     QDialog::done(result);
 }
 

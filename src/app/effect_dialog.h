@@ -48,6 +48,8 @@ class LEffectDialog : public QDialog {
 
     LEffectPreview& Preview() { return *preview_; }
     LEffectPicture& Picture() { return *picture_; }
+    // After it was accepted: what is to be applied.
+    LEffectList Applied() const { return Effects(); }
     void done(int result) override;  // ends the preview
 
   protected:

@@ -131,9 +131,13 @@ double LParamControl::OfSlider(int place) const {
     const double share = static_cast<double>(place) / slider_->maximum();
     if (logarithmic_) {
         const double value = param_.minimum * std::pow(param_.maximum / param_.minimum, share);
-        return param_.type == LParamType::kDouble ? std::round(value * 100) / 100 : std::round(value);
+        return std::clamp(Rounded(value), param_.minimum, param_.maximum);
     }
-    const double value = param_.minimum + share * (param_.maximum - param_.minimum);
+    return std::clamp(Rounded(param_.minimum + share * (param_.maximum - param_.minimum)), param_.minimum,
+                      param_.maximum);
+}
+
+double LParamControl::Rounded(double value) const {
     if (param_.type != LParamType::kDouble) return std::round(value);
     const double fine = std::pow(10, number_->decimals());
     return std::round(value * fine) / fine;
@@ -166,9 +170,10 @@ void LParamControl::Show() {
     if (box_) box_->setChecked(value_ != 0);
     if (combo_) combo_->setCurrentIndex(static_cast<int>(value_));
     if (slider_) slider_->setValue(ToSlider(value_));
-    if (db_)
+    // What is being typed is left as it stands.
+    if (db_ && db_->Level() != value_)
         db_->SetLevel(value_);
-    else if (number_)
+    else if (number_ && !db_ && number_->value() != value_)
         number_->setValue(value_);
 }
 

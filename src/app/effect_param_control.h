@@ -56,6 +56,7 @@ class LParamControl final : public QWidget {
     void Take(double value);
     void Show();
     double OfSlider(int place) const;
+    double Rounded(double value) const;  // to what the field shows
     int ToSlider(double value) const;
 
     LEffectParam param_;

@@ -89,6 +89,11 @@ void LEffectPicture::Reload(LPreviewSoundRef sound, LPreviewStack stack) {
     SetOutdated(false);
 }
 
+void LEffectPicture::Stop() {
+    ++run_;
+    worker_.reset();
+}
+
 void LEffectPicture::Take(uint32_t run) {
     if (run != run_ || !worker_) return;
     before_ = std::move(worker_->before);
@@ -146,7 +151,11 @@ void LEffectPicture::PaintHalf(QPainter& painter, const QRect& rect, const LPeak
     QFont small = font();
     small.setPointSizeF(small.pointSizeF() * 0.85);
     painter.setFont(small);
-    painter.drawText(rect.adjusted(6, 2, -6, -2), Qt::AlignLeft | Qt::AlignTop, text);
+    const QRect label = painter.boundingRect(rect.adjusted(6, 3, -6, -3), Qt::AlignLeft | Qt::AlignTop, text);
+    QColor behind = colours.background;
+    behind.setAlphaF(0.75f);
+    painter.fillRect(label.adjusted(-3, -1, 3, 1), behind);
+    painter.drawText(label, Qt::AlignLeft | Qt::AlignTop, text);
 }
 
 }  // namespace ondarix

@@ -30,6 +30,8 @@ class LEffectPicture final : public QWidget {
 
     // Computes anew; what is computed still is given up.
     void Reload(LPreviewSoundRef sound, LPreviewStack stack);
+    // What is computed is given up.
+    void Stop();
     // The values have changed since: it is shown dimmed.
     void SetOutdated(bool on);
     bool IsOutdated() const { return outdated_; }
@@ -38,8 +40,8 @@ class LEffectPicture final : public QWidget {
     const LPeakColumns& After() const { return after_; }
     // Share of the way that is heard, below 0: none.
     void ShowPlayed(double share);
-    QSize sizeHint() const override { return {420, 130}; }
-    QSize minimumSizeHint() const override { return {200, 90}; }
+    QSize sizeHint() const override { return {480, 130}; }
+    QSize minimumSizeHint() const override { return {320, 90}; }
 
   Q_SIGNALS:
     void Ready();
