@@ -35,6 +35,44 @@ const LWholeTable& Whole() {
     return table;
 }
 
+constexpr int kSplitAutomatically = 2052, kHideTrimRegions = 2057, kBackgroundMusic = 2068;
+constexpr int kAutoClicks = 7009, kClicks = 7010, kNoiseCleanup = 7030, kVocalCleanup = 7050;
+
+// Of the edit menu: copies, selects, or makes other sounds of the active one.
+bool OnlyLooks(int id) {
+    switch (id) {
+        case kCmdHistory:
+        case kCmdCopy:
+        case kCmdCopyToNew:
+        case kCmdCopyPicture:
+        case kCmdPasteToNew:
+        case kCmdSelectAll:
+        case kCmdSelectNone:
+        case kCmdSelectToStart:
+        case kCmdSelectToEnd:
+        case kCmdSelectTime:
+        case kCmdSelectionStartHere:
+        case kCmdSelectionEndHere:
+        case kCmdSnapSelection:
+        case kCmdMarkFirst:
+        case kCmdMarkSecond:
+        case kCmdRecallMarks:
+        case kCmdJump:
+        case kCmdSplitAtCursor:
+        case kCmdSplitAtSilences:
+        case kCmdSplitAtBookmarks:
+        case kCmdSplitChannels:
+        case kCmdSaveRegionAs:
+        case kCmdSampleEditing:
+        case kSplitAutomatically:
+        case kHideTrimRegions:
+        case kBackgroundMusic:
+            return true;
+        default:
+            return false;
+    }
+}
+
 std::array<bool, static_cast<size_t>(LSubsystem::kCount)>& Registered() {
     static std::array<bool, static_cast<size_t>(LSubsystem::kCount)> registered{true};
     return registered;
@@ -78,6 +116,27 @@ QString CommandPath(const LCommandRow& row) {
     const QString heading = Whole().headings.value(row.id);
     if (!heading.isEmpty()) path += heading + arrow;
     return path + PlainText(row);
+}
+
+bool ChangesSound(const LCommandRow& row) {
+    switch (row.menu) {
+        case LMenuId::kEffects:
+            return row.need != LNeed::kNothing;
+        case LMenuId::kEdit:
+            return row.need != LNeed::kNothing && !OnlyLooks(row.id);
+        case LMenuId::kFile:
+            return row.id == kCmdSave || row.id == kCmdSaveAs || row.id == kCmdConvertRate ||
+                   row.id == kCmdMono || row.id == kCmdStereo || row.id == kCmdQuad;
+        case LMenuId::kBookmarks:
+            return row.id >= kCmdAddBookmark && row.id <= kCmdMarkPeaks;
+        case LMenuId::kTools:
+            return row.id == kAutoClicks || row.id == kClicks || row.id == kNoiseCleanup ||
+                   row.id == kVocalCleanup;
+        case LMenuId::kContext:
+            return row.id != kCmdSelectAround;
+        default:
+            return false;
+    }
 }
 
 QString CommandHint(const LCommandRow& row) {

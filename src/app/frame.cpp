@@ -38,6 +38,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
     desktopClipboard_ = std::make_unique<LDesktopClipboard>(this);
     Clipboard().SetSystem(desktopClipboard_.get());
     playback_ = std::make_unique<LPlayback>(*this);
+    jobs_ = std::make_unique<LDocumentJobs>(static_cast<LDocumentJobOwner&>(*this));
     area_ = new LSoundArea(this);
     setCentralWidget(area_);
     connect(area_, &QMdiArea::subWindowActivated, this, [this] {
@@ -61,6 +62,7 @@ LMainFrame::LMainFrame() : messages_(std::make_unique<LWindowMessages>(this)) {
 
 LMainFrame::~LMainFrame() {
     closing_ = true;
+    jobs_->CancelAll();
     area_->disconnect(this);
     for (const QPointer<QDialog>& window : std::as_const(beside_)) delete window;
     Clipboard().SetSystem(nullptr);
@@ -186,6 +188,7 @@ void LMainFrame::closeEvent(QCloseEvent* event) {
     }
     const bool forced = closing_;
     closing_ = true;
+    jobs_->CancelAll();
     playback_->Stop();
     StorePlace();
     for (const QPointer<QDialog>& window : std::as_const(beside_))

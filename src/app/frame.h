@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "app/commands.h"
+#include "app/document_job.h"
 #include "app/frame_actions.h"
 #include "app/frame_area.h"
 #include "app/frame_documents.h"
@@ -32,7 +33,11 @@ class LSleepInhibitor;
 class LPlayback;
 
 // The one main window. Owns the open sounds, each in a window of its own inside. [ui]
-class LMainFrame final : public QMainWindow, public LFrameActions, public LEditHost, public LFrameDocuments {
+class LMainFrame final : public QMainWindow,
+                         public LFrameActions,
+                         public LEditHost,
+                         public LFrameDocuments,
+                         private LDocumentJobOwner {
     Q_OBJECT
   public:
     LMainFrame();
@@ -110,6 +115,9 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     // LEditHost.
     LMessageHost& Messages() override { return *messages_; }
     JobResult RunJob(const QString& title, const std::function<JobResult(LProgress&)>& work) override;
+    // Later, unless nothing can be begun any more; the strip in the document's window shows it.
+    void RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
+                        LDocumentFinish finish) override;
     void DocumentChanged(LSoundDocument& document) override;
     void Refresh(LSoundDocument& document) override;
     bool AddDocument(LSoundDocumentRef document) override;
@@ -175,6 +183,17 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     bool LoadAgain(LSoundDocument& document);
     bool MayOverwrite(const LSoundDocument& document, const QString& path);
     bool MayClose(LSoundWindow& window);
+    // False where a job works on it and goes on.
+    bool MayEndJob(const LSoundDocument& document);
+    bool IsHeldByJob(const LCommandRow& row);
+    bool RefuseWhileBusy(const LSoundDocument& document);  // true: it is, and that is told
+
+    // LDocumentJobOwner.
+    LSoundWindow* WindowOfDocument(const LSoundDocument& document) override { return WindowOf(document); }
+    bool IsHeldUp() override;
+    void TellError(const QString& text) override;
+    void BusyChanged(LSoundDocument& document) override;
+
     bool MayLoseRegions(const LSoundDocument& document);
     LFormatRecord RecordFor(LSoundWindow& window) const;
 
@@ -199,6 +218,7 @@ class LMainFrame final : public QMainWindow, public LFrameActions, public LEditH
     std::unique_ptr<LMessageHost> messages_;
     std::unique_ptr<LDesktopTheme> desktopTheme_;
     std::unique_ptr<LPlayback> playback_;
+    std::unique_ptr<LDocumentJobs> jobs_;
     std::unique_ptr<LMpris> mpris_;
     std::unique_ptr<LSleepInhibitor> inhibitor_;
     std::unique_ptr<LDesktopClipboard> desktopClipboard_;

@@ -30,7 +30,7 @@ void LMainFrame::CheckFilesOnDisk() {
 
 void LMainFrame::AskAboutChangedFile(LSoundWindow& window) {
     LSoundDocument& document = window.Document();
-    if (document.path.isEmpty()) return;
+    if (document.path.isEmpty() || document.isBusy) return;
     const LSourceFacts now = LSourceFacts::Of(document.path);
     if (SameSourceFile(now, document.file)) return;
     document.file = now;  // one question for each change

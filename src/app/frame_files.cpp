@@ -151,6 +151,8 @@ LSoundWindow* LMainFrame::AddSound(LSoundDocumentRef document) {
 void LMainFrame::ConnectSound(LSoundWindow& window) {
     connect(&window, &LSoundWindow::SelectionChanged, this, &LMainFrame::ShowSelected);
     connect(&window, &LSoundWindow::Hint, this, &LMainFrame::ShowHint);
+    connect(&window, &LSoundWindow::CancelRequested, this,
+            [this, &window] { jobs_->AskToCancel(window.Document()); });
     connect(&window.View(), &LWaveView::SampleEditingChanged, this, &LMainFrame::RefreshChecks);
     connect(
         &window, &LSoundWindow::ContextMenuRequested, this,
@@ -195,6 +197,7 @@ LFormatRecord LMainFrame::RecordFor(LSoundWindow& window) const {
 }
 
 bool LMainFrame::Save(LSoundWindow& window) {
+    if (RefuseWhileBusy(window.Document())) return false;
     const QString path = window.Document().path;
     if (path.isEmpty() || !FormatCanBeWritten(LowerExtension(path))) return AskAndSaveAs(window);
     return SaveAs(window, path, RecordFor(window));
@@ -215,7 +218,7 @@ bool LMainFrame::AskAndSaveAs(LSoundWindow& window) {
 
 bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormatRecord& record) {
     LSoundDocument& document = window.Document();
-    if (!MayOverwrite(document, path)) return false;
+    if (RefuseWhileBusy(document) || !MayOverwrite(document, path)) return false;
     LSaveRequest request;
     request.sound = &document.sound;
     request.path = path;
@@ -246,7 +249,7 @@ bool LMainFrame::SaveAs(LSoundWindow& window, const QString& path, const LFormat
 
 void LMainFrame::SaveAll() {
     for (LSoundWindow* window : Sounds())
-        if (window->Document().isModified && !Save(*window)) return;
+        if (window->Document().isModified && !RefuseWhileBusy(window->Document()) && !Save(*window)) return;
 }
 
 void LMainFrame::SaveActive() {
@@ -262,6 +265,8 @@ void LMainFrame::SaveActiveAs(const QString& path) {
 
 bool LMainFrame::MayClose(LSoundWindow& window) {
     const LSoundDocument& document = window.Document();
+    if (document.isBusy) Activate(window);
+    if (!MayEndJob(document)) return false;
     if (document.isModified) {
         Activate(window);
         enum { kSave, kDiscard, kCancel };

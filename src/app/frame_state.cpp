@@ -48,7 +48,7 @@ QString ActionText(const LCommandRow& row, LSoundWindow* sound) {
 bool LMainFrame::IsAvailable(int id) {
     if (id >= kCmdFirstRecent && id < kCmdFirstRecent + kMostRecentFiles) return true;
     const LCommandRow* row = FindCommand(id);
-    return row && IsVisible(*row) && MeetsNeed(row->need, id);
+    return row && IsVisible(*row) && MeetsNeed(row->need, id) && !IsHeldByJob(*row);
 }
 
 bool LMainFrame::MeetsNeed(LNeed need, int id) {
@@ -99,14 +99,15 @@ void LMainFrame::RefreshAction(const LCommandRow& row) {
     QAction* action = ActionOf(row.id);
     if (!action) return;
     LSoundWindow* sound = ActiveSound();
-    action->setEnabled(MeetsNeed(row.need, row.id));
+    const bool held = IsHeldByJob(row);
+    action->setEnabled(!held && MeetsNeed(row.need, row.id));
     const QString own = PlayText(row.id);
     const QString text = own.isEmpty() ? ActionText(row, sound) : own;
     if (action->text() != text) {
         action->setText(text);
         action->setIconText(ShortText(row.id));
     }
-    const QString hint = sound ? QString() : CommandHint(row);
+    const QString hint = held ? BusyText(sound->Document()) : sound ? QString() : CommandHint(row);
     const QString keys = action->shortcut().toString(QKeySequence::NativeText);
     const QString plain = QString(text).remove(QLatin1Char('&'));
     const QString tip = PlayTip(row.id, keys);
@@ -129,7 +130,7 @@ void LMainFrame::ShowSelected() {
     if (closing_) return;
     for (const LCommandRow& row : CommandTable())
         if (row.need == LNeed::kSelection)
-            if (QAction* action = ActionOf(row.id)) action->setEnabled(MeetsNeed(row.need, row.id));
+            if (QAction* action = ActionOf(row.id)) action->setEnabled(IsAvailable(row.id));
     ShowStatus();
     Q_EMIT notifier_.SelectionChanged();
 }
@@ -158,6 +159,7 @@ void LMainFrame::RefreshChecks() {
 void LMainFrame::ShowHint(const QString& text) { statusBar()->showMessage(text, kHintMs); }
 
 void LMainFrame::ExplainRefusal(const LCommandRow& row) {
+    if (IsHeldByJob(row)) return ShowHint(BusyText(ActiveSound()->Document()));
     ShowHint(WhyUnavailable(row, ActiveSound() != nullptr));
 }
 

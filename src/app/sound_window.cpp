@@ -2,7 +2,7 @@
 #include "app/sound_window.h"
 
 #include <QCloseEvent>
-#include <QGridLayout>
+#include <QKeyEvent>
 #include <QSignalBlocker>
 
 #include "gen/settings.h"
@@ -43,7 +43,7 @@ LSoundWindow::LSoundWindow(LSoundDocumentRef document, LEditHost& host)
 LSoundWindow::~LSoundWindow() { worker_.reset(); }
 
 void LSoundWindow::Arrange() {
-    auto* grid = new QGridLayout(this);
+    QGridLayout* const grid = grid_ = new QGridLayout(this);
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setSpacing(0);
     grid->addWidget(timeRuler_, 0, 2);
@@ -87,6 +87,11 @@ void LSoundWindow::Connect() {
     markerRow_->snap = [this](int64_t frame, Qt::KeyboardModifiers modifiers) {
         return view_->Snapped(frame, modifiers);
     };
+}
+
+void LSoundWindow::ShowBelow(QWidget* strip) {
+    grid_->addWidget(strip, grid_->rowCount(), 0, 1, grid_->columnCount());
+    strip->show();
 }
 
 // The sound or its marks are others.
@@ -164,6 +169,11 @@ void LSoundWindow::ShowTitle() {
     setToolTip({});
     setAccessibleName(document_->title);
     setAccessibleDescription(document_->path);
+}
+
+void LSoundWindow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Escape || !document_->isBusy) return QWidget::keyPressEvent(event);
+    Q_EMIT CancelRequested();
 }
 
 void LSoundWindow::closeEvent(QCloseEvent* event) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
+#include <QGridLayout>
 #include <QScrollBar>
 #include <QWidget>
 #include <functional>
@@ -41,6 +42,8 @@ class LSoundWindow final : public QWidget {
     void Refresh();
     // After title, path or the modified mark have changed.
     void ShowTitle();
+    // A strip at the lower edge, which becomes a child of this window.
+    void ShowBelow(QWidget* strip);
 
     // How the samples of the file lay on disk, where it was a WAV that this program can write as well.
     std::optional<LFormatRecord> fileRecord;
@@ -55,9 +58,11 @@ class LSoundWindow final : public QWidget {
     void RenameBookmarkRequested(uint index);
     void RenameRegionRequested(uint serial);
     void Hint(const QString& text);  // for the status bar
+    void CancelRequested();          // of the job that works on the document: Escape
 
   protected:
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
   private:
     void ShowRange();
@@ -69,6 +74,7 @@ class LSoundWindow final : public QWidget {
 
     LSoundDocumentRef document_;
     LEditHost& host_;
+    QGridLayout* grid_ = nullptr;
     LViewRange range_;
     std::unique_ptr<LWaveColumnsWorker> worker_;
     LWaveView* view_;

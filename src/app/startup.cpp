@@ -207,6 +207,7 @@ QJsonObject FactsOf(const LSoundDocument& document) {
             {QStringLiteral("selection"),
              QJsonArray{qint64{document.selectionStart}, qint64{document.selectionEnd}}},
             {QStringLiteral("modified"), document.isModified},
+            {QStringLiteral("busy"), document.isBusy},
             {QStringLiteral("undo"), document.UndoLabel()},
             {QStringLiteral("redo"), document.RedoLabel()},
             {QStringLiteral("bookmarks"), bookmarks},

@@ -169,6 +169,7 @@ class LWaveView final : public QWidget {
     // The pencil.
     int StripAt(double y) const;
     float ValueAt(int strip, double y) const;
+    bool MayDraw();  // false: a job works on the document, and that is told
     void PressPencil(const QPointF& at);
     void Draw(const QPointF& at);
     void PutSample(int64_t frame, int channel, float value);

@@ -260,6 +260,7 @@ void LWaveView::keyPressEvent(QKeyEvent* event) {
         case Qt::Key_Minus:
             return Zoom(2);
         case Qt::Key_Escape:
+            if (document_->isBusy) return QWidget::keyPressEvent(event);  // the window's, for its job
             return SelectNone();
         default:
             QWidget::keyPressEvent(event);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "app/document_job.h"
 #include "app/wave_view.h"
 #include "sound/edits.h"
 
@@ -49,7 +50,14 @@ float LWaveView::ValueAt(int strip, double y) const {
     return static_cast<float>(std::clamp((at.Middle() - y) / (at.HalfSpan() * verticalZoom_), -1.0, 1.0));
 }
 
+bool LWaveView::MayDraw() {
+    if (!document_->isBusy) return true;
+    Q_EMIT Hint(BusyText(*document_));
+    return false;
+}
+
 void LWaveView::PressPencil(const QPointF& at) {
+    if (!MayDraw()) return;
     const int channel = StripAt(at.y());
     if (IsDimmed(channel))
         return Q_EMIT Hint(QStringLiteral("Only the channel that is edited can be drawn on"));
@@ -120,6 +128,7 @@ bool LWaveView::MoveSampleByKey(QKeyEvent* event) {
         HintAtPencil();
         return true;
     }
+    if (!MayDraw()) return true;
     range_->Reveal(cursor_);
     if (drag_ == Drag::kPencil || !Complete(-1)) return true;
     const bool alone = document_->channelEditMode == LSoundDocument::kEditsChannel;
