@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "app/desktop_theme.h"
+#include "app/effect_dc_offer.h"
 #include "app/mpris.h"
 #include "app/playback.h"
 #include "app/shortcuts.h"
@@ -76,6 +77,7 @@ void LMainFrame::AfterStartup() {
     ShowDisk();
     ShowRecentFiles();
     StartPlayerServices();
+    new LDcOffsetOffers(*this, this);
 }
 
 void LMainFrame::RestorePlace() {
