@@ -2,6 +2,8 @@
 #include "sound/cache_writer.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <QFile>
@@ -44,6 +46,17 @@ void LCacheFileWriter::OpenFiles() {
     aud_ = CreateCacheFile(CacheFileName(ref_.cacheId, ".aud"));
     grf_ = CreateCacheFile(CacheFileName(ref_.cacheId, ".grf"));
     if (aud_ < 0 || grf_ < 0) flags |= kFailed;
+}
+
+// Not in memory, where the room would be filled with zeros first.
+void LCacheFileWriter::Expect(int64_t frames) {
+    int64_t bytes = 0;
+    struct statfs disk {};
+    if (frames <= 0 || HasFailed() || finished_ || hasReserve_ ||
+        __builtin_mul_overflow(frames, int64_t{channels} * 4, &bytes) || ::fstatfs(aud_, &disk) != 0 ||
+        disk.f_type == TMPFS_MAGIC)
+        return;
+    hasReserve_ = ::fallocate(aud_, FALLOC_FL_KEEP_SIZE, 0, bytes) == 0;
 }
 
 void LCacheFileWriter::Write(const float* src, int32_t frames) {
@@ -175,7 +188,8 @@ void LCacheFileWriter::Finish() {
         WriteTail();
         LeaveBlock();
         // A write that the disk had no room for may have left part of a frame.
-        if (HasFailed() && ::ftruncate(aud_, framesWritten * channels * 4) != 0) flags |= kFailed;
+        if ((HasFailed() || hasReserve_) && ::ftruncate(aud_, framesWritten * channels * 4) != 0)
+            flags |= kFailed;
     }
     finished_ = true;
     const LSoundFormat format{static_cast<int32_t>(sampleRate), channels};

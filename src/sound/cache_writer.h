@@ -21,6 +21,9 @@ class LCacheFileWriter final : public LSoundSink {
     ~LCacheFileWriter() override;
     void Write(const float* src, int32_t frames) override;
     void Truncate(int64_t frames) override;
+    // So many frames are going to be written, more or less: takes their room on disk at once, which is faster
+    // than block by block. Before the first Write. The length of the file does not show it.
+    void Expect(int64_t frames);
     // Where the next Write goes, 0 or more. What lies between the end and there is silence. Records of blocks
     // that are written in part again are made anew from the file.
     void Seek(int64_t frame);
@@ -55,6 +58,7 @@ class LCacheFileWriter final : public LSoundSink {
     int64_t tailFrames_ = 0;
     uint32_t sourceBits_ = 0;
     bool finished_ = false;
+    bool hasReserve_ = false;  // room behind the end
 };
 
 // A writer over a new number as a handle; `owner` as above.

@@ -108,6 +108,7 @@ JobResult LSound::Render(LSound& result, LProgress& progress, LSoundSource& sour
     if (!status.isEmpty()) progress.SetStatus(status, 0);
 
     LCacheFileWriter writer(format, ref, nullptr);
+    writer.Expect(frames);
     uint32_t bits = 0;
     if (source.Query(kQueryIntegerBits, &bits)) writer.SetSourceBits(bits);
     const JobResult pumped = PumpSource(source, writer, progress);

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Long sources are read on a thread of their own while the caller writes.
+#include <sys/stat.h>
+
 #include <atomic>
 #include <chrono>
 #include <new>
@@ -143,6 +145,24 @@ TEST_F(ReadAheadTest, AFullSinkAndAFullMemoryEndIt) {
     EXPECT_EQ(LSound::Render(result, progress, hungry), JobResult::kFailed);
     EXPECT_TRUE(result.IsEmpty());
     EXPECT_EQ(Files(), files);
+}
+
+// Room is taken before the samples come, and given back where fewer come.
+TEST_F(ReadAheadTest, RoomThatIsNotUsedIsGivenBack) {
+    LSound sound;
+    LCacheFileWriter writer({44100, 2}, &sound);
+    writer.Expect(5'000'000);
+    const std::vector<float> samples(2 * 10000, 0.5f);
+    writer.Write(samples.data(), 10000);
+    const QByteArray path = CacheFileName(writer.Id(), ".aud").toLocal8Bit();
+    struct stat facts {};
+    ASSERT_EQ(::stat(path.constData(), &facts), 0);
+    EXPECT_EQ(facts.st_size, 80000);  // what readers that follow may read
+    writer.Finish();
+    ASSERT_EQ(::stat(path.constData(), &facts), 0);
+    EXPECT_EQ(facts.st_size, 80000);
+    EXPECT_LT(facts.st_blocks * 512, 1'000'000);
+    EXPECT_EQ(ReadSound(sound), samples);
 }
 
 TEST_F(ReadAheadTest, ASlowSourceIsWaitedForWithProgressAsked) {
