@@ -22,6 +22,9 @@ LApplication::LApplication(int& argc, char** argv) : QApplication(argc, argv) {
     setQuitOnLastWindowClosed(false);
     RegisterSubsystem(LSubsystem::kPlayback);
     RegisterSubsystem(LSubsystem::kEffects);
+    RegisterSubsystem(LSubsystem::kEnvelopes);
+    RegisterSubsystem(LSubsystem::kCrossfades);
+    RegisterSubsystem(LSubsystem::kMixing);
     RegisterSubsystem(LSubsystem::kEffectChains);
     RegisterMixing();
 }

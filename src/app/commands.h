@@ -69,6 +69,7 @@ enum LCommand : int {
     kCmdMixWithFile = 2044,
     kCmdPasteToNew = 2053,
     kCmdPasteBackground = 2066,
+    kCmdPasteMixWith = 2067,
     kCmdBackgroundFile = 2068,
     kCmdHistory = 2072,
     kCmdRevert = 2080,

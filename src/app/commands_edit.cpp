@@ -27,6 +27,7 @@ constexpr LCommandRow kEditRows[] = {
      kSeparatorBefore | kInToolbar | kInContext | kInPanel},
     {kCmdPasteCycle, kIn, 0, "Paste C&ycle", "", "Ctrl+Alt+P", kSoundAndClip},
     {kCmdPasteMix, kIn, 0, "Paste Mix Direct", "", "Ctrl+Alt+V", kSoundAndClip, kInContext, kEffects, kMixHint},
+    {kCmdPasteMixWith, kIn, 0, "Paste Mix...", "", "", kSoundAndClip, kPlain, kMixing, kMixHint},
     {kCmdPasteBackground, kIn, 0, "Paste Background Music", "", "", kSoundAndClip, kPlain, kMixing, kMixHint},
     {kCmdPasteToNew, kIn, 0, "Paste to &New", "pastenew", "Ctrl+Shift+V", kClip, kInToolbar},
     {kCmdDelete, kIn, 0, "&Delete", "delete", "Del", kSelection, kInToolbar | kInContext | kInPanel},

@@ -15,7 +15,7 @@ const LCommandHandler* FindHandler(int id) {
         QHash<int, const LCommandHandler*> all;
         for (const auto part :
              {FileHandlers(), EditHandlers(), SelectHandlers(), SplitHandlers(), ControlHandlers(),
-              PlayHandlers(), ViewHandlers(), MarkHandlers(), ToolHandlers(), EffectHandlers()})
+              PlayHandlers(), ViewHandlers(), MarkHandlers(), ToolHandlers(), EffectHandlers(), MixHandlers()})
             for (const LCommandHandler& handler : part) all.insert(handler.id, &handler);
         return all;
     }();
