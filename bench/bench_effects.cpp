@@ -31,7 +31,7 @@ struct EffectCase {
 };
 constexpr EffectCase kCases[] = {
     {"amplify", "gain=50", "vol 0.5"},  {"fade-out", "", "fade t 0 600 600"}, {"reverse", "", "reverse"},
-    {"dc-offset", "", "dcshift -0.01"}, {"normalize", "", "gain -n -1"},
+    {"dc-offset", "", "dcshift -0.01"}, {"normalize", "level=-1", "gain -n -1"},
 };
 
 // A tone with noise, an offset and a level that comes and goes: nothing that a shortcut could know.
