@@ -27,9 +27,10 @@ double Kaiser(double x) {  // -1 to 1
 
 // A windowed sinc for the place `share` of a sample behind tap kTaps / 2 - 1, with unity gain at 0 Hz.
 void MakePhase(double share, float* taps) {
+    constexpr int kCentre = LTruePeakMeter::kTaps / 2 - 1;
     double values[LTruePeakMeter::kTaps], sum = 0;
     for (int t = 0; t < LTruePeakMeter::kTaps; ++t) {
-        const double x = t - (LTruePeakMeter::kTaps / 2 - 1) - share;
+        const double x = t - kCentre - share;
         values[t] = std::sin(std::numbers::pi * x) / (std::numbers::pi * x) *
                     Kaiser(x / (LTruePeakMeter::kTaps / 2.0));
         sum += values[t];

@@ -139,8 +139,8 @@ LSound LEffectOperation::Range() const {
     return range;
 }
 
-void ApplyEffects(LSoundDocumentRef document, LEditHost& host, LEffectList effects, const QString& undoName,
-                  LApplied done) {
+void ApplyEffects(const LSoundDocumentRef& document, LEditHost& host, LEffectList effects,
+                  const QString& undoName, LApplied done) {
     if (!done) done = [](JobResult) {};
     auto operation = LEffectOperation::Of(*document);
     if (!operation || !MayChange(*document, host)) return done(JobResult::kCancelled);
@@ -159,11 +159,11 @@ void ApplyEffects(LSoundDocumentRef document, LEditHost& host, LEffectList effec
         });
 }
 
-void ApplyEffectToSelection(LSoundDocumentRef document, LEditHost& host, const LEffect& effect,
+void ApplyEffectToSelection(const LSoundDocumentRef& document, LEditHost& host, const LEffect& effect,
                             const QString& undoName, LApplied done) {
     LEffectList effects;
     effects.push_back(effect.Clone());
-    ApplyEffects(std::move(document), host, std::move(effects), undoName, std::move(done));
+    ApplyEffects(document, host, std::move(effects), undoName, std::move(done));
 }
 
 JobResult PutResult(LSoundDocument& document, LEditHost& host, const LEffectOperation& operation,

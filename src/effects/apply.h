@@ -48,9 +48,9 @@ using LApplied = std::function<void(JobResult result)>;
 // Renders the selection through `effects` as a job of the document (LEditHost::RunDocumentJob), which may end
 // later; `done` is called then, on the interface thread. The selection becomes the result where something was
 // selected before. `effects` are clones of the caller's.
-void ApplyEffects(LSoundDocumentRef document, LEditHost& host, LEffectList effects, const QString& undoName,
-                  LApplied done = {});
-void ApplyEffectToSelection(LSoundDocumentRef document, LEditHost& host, const LEffect& effect,
+void ApplyEffects(const LSoundDocumentRef& document, LEditHost& host, LEffectList effects,
+                  const QString& undoName, LApplied done = {});
+void ApplyEffectToSelection(const LSoundDocumentRef& document, LEditHost& host, const LEffect& effect,
                             const QString& undoName, LApplied done = {});
 
 // Puts `result` in the place of the operation's stretch, as one undo step: what every job of an effect ends

@@ -27,7 +27,7 @@ bool SyncChainFile(const QByteArray& name) {
 QByteArray MakePartFile(const QString& folder) {
     const QByteArray start = QFile::encodeName(folder) + "/.ecf-" + QByteArray::number(getpid()) + "-";
     for (int attempt = 0; attempt < 100; ++attempt) {
-        const QByteArray name = start + QByteArray::number(attempt) + "-part";
+        QByteArray name = start + QByteArray::number(attempt) + "-part";
         const int fd = open(name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd >= 0) {
             close(fd);

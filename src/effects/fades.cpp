@@ -42,10 +42,10 @@ JobResult RenderFade(LFadeJob& job, LProgress& progress) {
 }
 
 // `put` brings the result into the document.
-void RunFade(LSoundDocumentRef document, LEditHost& host, LFadeJobRef job, const QString& name,
+void RunFade(const LSoundDocumentRef& document, LEditHost& host, const LFadeJobRef& job, const QString& name,
              std::function<JobResult()> put, LApplied done) {
     host.RunDocumentJob(
-        std::move(document), name, [job](LProgress& progress) { return RenderFade(*job, progress); },
+        document, name, [job](LProgress& progress) { return RenderFade(*job, progress); },
         [put = std::move(put), done = std::move(done)](JobResult result) {
             if (result == JobResult::kSuccess) result = put();
             if (done) done(result);
@@ -103,7 +103,7 @@ LEffectOperation ClipStretch(const LSoundDocument& document, int64_t start, int6
     return operation;
 }
 
-void FadeClip(LSoundDocumentRef document, LEditHost& host, LFadeJobRef job, const QString& name,
+void FadeClip(const LSoundDocumentRef& document, LEditHost& host, const LFadeJobRef& job, const QString& name,
               LApplied done) {
     const auto put = [document, &host, job, name] {
         return PutResult(*document, host, job->operation, job->result, name);

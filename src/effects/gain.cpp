@@ -108,7 +108,7 @@ float LAmplifyEffect::Gain() const {
 }
 
 QString LAmplifyEffect::PresetText() const {
-    const QString percent = LTableEffect::PresetText();
+    QString percent = LTableEffect::PresetText();
     if (!exactGain_) return percent;
     return percent + u' ' + QLocale::c().toString(*exactGain_, 'g', QLocale::FloatingPointShortest);
 }

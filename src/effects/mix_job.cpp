@@ -72,7 +72,7 @@ LSound CopyForJob(const LSound& sound) {
     return copy;
 }
 
-void RunSplice(LSoundDocumentRef document, LEditHost& host, const QString& title, const QString& label,
+void RunSplice(const LSoundDocumentRef& document, LEditHost& host, const QString& title, const QString& label,
                LSpliceWork work, LApplied done) {
     if (!done) done = [](JobResult) {};
     auto splice = std::make_shared<LSplice>();

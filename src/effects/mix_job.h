@@ -29,7 +29,7 @@ struct LSplice {
 using LSpliceWork = std::function<JobResult(LProgress& progress, LSplice& splice)>;
 
 // Runs `work` as a job of the document; its splice becomes the undo step `label`. `done` as for ApplyEffects.
-void RunSplice(LSoundDocumentRef document, LEditHost& host, const QString& title, const QString& label,
+void RunSplice(const LSoundDocumentRef& document, LEditHost& host, const QString& title, const QString& label,
                LSpliceWork work, LApplied done);
 
 // A copy that another thread may copy in turn: without the flag that the sounds of a document share.

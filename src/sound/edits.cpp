@@ -31,11 +31,14 @@ bool HasRoomFor(const LSoundDocument& document, int64_t added, LEditHost& host) 
 
 void LEditHost::RunDocumentJob(LSoundDocumentRef document, const QString& title, LDocumentWork work,
                                LDocumentFinish finish) {
-    if (document->isBusy) return finish(JobResult::kCancelled);
-    document->isBusy = true;
-    const JobResult result = RunJob(title, work);
-    document->isBusy = false;
-    finish(result);
+    const LSoundDocumentRef held = std::move(document);
+    const LDocumentWork run = std::move(work);
+    const LDocumentFinish end = std::move(finish);
+    if (held->isBusy) return end(JobResult::kCancelled);
+    held->isBusy = true;
+    const JobResult result = RunJob(title, run);
+    held->isBusy = false;
+    end(result);
 }
 
 JobResult Change(LSoundDocument& document, const QString& label, LEditHost& host,
