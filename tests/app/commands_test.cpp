@@ -141,10 +141,12 @@ TEST(CommandTable, MnemonicsAreUniqueInEachMenu) {
 }
 
 TEST(CommandTable, WhatIsVisibleIsCarriedOutAndWhatIsHiddenIsNotNamed) {
+    constexpr LSubsystem kThere[] = {
+        LSubsystem::kEditor,    LSubsystem::kPlayback,   LSubsystem::kEffects, LSubsystem::kEffectChains,
+        LSubsystem::kEnvelopes, LSubsystem::kCrossfades, LSubsystem::kMixing};
     int visible = 0;
     for (const LCommandRow& row : CommandTable()) {
-        const bool there = row.subsystem == LSubsystem::kEditor || row.subsystem == LSubsystem::kPlayback ||
-                           row.subsystem == LSubsystem::kEffects;
+        const bool there = std::find(std::begin(kThere), std::end(kThere), row.subsystem) != std::end(kThere);
         EXPECT_EQ(IsVisible(row), there) << Name(row);
         if (IsVisible(row)) {
             ++visible;
