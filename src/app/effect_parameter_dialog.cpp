@@ -28,6 +28,12 @@ LEffectList LOneEffectDialog::Effects() const {
     return effects;
 }
 
+QString LOneEffectDialog::PreviewRefusal() const {
+    return row_.flags & kEffectNoPreview
+               ? QStringLiteral("Audio preview is not available for \"%1\"").arg(QString::fromUtf8(row_.name))
+               : QString();
+}
+
 void LOneEffectDialog::AddControls() {
     auto* rows = new QWidget(this);
     auto* form = new QFormLayout(rows);

@@ -15,6 +15,7 @@ class LOneEffectDialog : public LEffectDialog {
 
   protected:
     LEffectList Effects() const override;
+    QString PreviewRefusal() const override;
     LEffect* PresetEffect() override { return effect_.get(); }
     void ShowValues() override;
     void StoreValues() override;
