@@ -35,8 +35,9 @@ void Ready(QFileDialog& dialog, const char* name) {
 
 QString Ask(QFileDialog& dialog) {
     if (dialog.exec() != QDialog::Accepted) return {};
-    SetSettingString(kFolderSection, kFolderName, dialog.directory().absolutePath());
-    return dialog.selectedFiles().value(0);
+    const QString path = dialog.selectedFiles().value(0);
+    SetSettingString(kFolderSection, kFolderName, QFileInfo(path).absolutePath());
+    return path;
 }
 
 QString KeptFile() {

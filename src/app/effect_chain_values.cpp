@@ -60,10 +60,10 @@ LEffectChainValues::LEffectChainValues(LEditHost& host, QWidget* parent) : QFram
         one->setAutoDefault(false);
         return one;
     };
-    dialog_ =
-        button("&Open Its Dialog...", "effectDialog", "Set the values in the effect's own dialog (Enter)");
     bypass_ = button("Bypass &This Effect (Hold down)", "effectBypass",
                      "Hear the chain without this effect while the button is held down");
+    dialog_ =
+        button("&Open Its Dialog...", "effectDialog", "Set the values in the effect's own dialog (Enter)");
 
     auto* row = new QHBoxLayout;
     row->addWidget(bypass_);

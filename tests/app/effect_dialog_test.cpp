@@ -318,6 +318,7 @@ TEST_F(EffectDialogTest, AFadeAsksUntilItIsToldNotTo) {
 
 TEST_F(EffectDialogTest, EveryCommandBearsEverySound) {
     for (const LCommandHandler& handler : EffectHandlers()) {
+        if (FindCommand(handler.id)->need == LNeed::kNothing) continue;
         EXPECT_FALSE(Run(handler.id)) << handler.id;
         EXPECT_FALSE(frame->IsAvailable(handler.id));
     }
@@ -326,7 +327,8 @@ TEST_F(EffectDialogTest, EveryCommandBearsEverySound) {
         Run(kCmdNewFile);
         ASSERT_NE(frame->ActiveSound(), nullptr);
         ASSERT_TRUE(Document().sound.IsEmpty());
-        for (const LCommandHandler& handler : EffectHandlers()) EXPECT_FALSE(Run(handler.id)) << handler.id;
+        for (const LCommandHandler& handler : EffectHandlers())
+            EXPECT_EQ(Run(handler.id), FindCommand(handler.id)->need == LNeed::kNothing) << handler.id;
     }
     for (const int channels : {1, 2, 3}) {
         Sox({"-D", "-n", "-r", "8000", "-c", QString::number(channels), In("short.wav"), "synth", "0.1",
