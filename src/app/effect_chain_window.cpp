@@ -227,8 +227,10 @@ void LEffectChainWindow::showEvent(QShowEvent* event) {
 }
 
 void LEffectChainWindow::hideEvent(QHideEvent* event) {
-    if (preview_) preview_->Stop();
-    Keep();
+    if (!event->spontaneous()) {  // not where it is only minimized
+        if (preview_) preview_->Stop();
+        Keep();
+    }
     QDialog::hideEvent(event);
 }
 
