@@ -23,7 +23,10 @@ QString TypeName(bool in) { return in ? QStringLiteral("FadeInType") : QStringLi
 
 }  // namespace
 
-bool AsksForFade(const LEffectRow& row) { return GetSettingBool(kFadeSection, PromptName(row), true); }
+bool AsksForFade(const LEffectRow& row) {
+    return row.command == kCmdFadeIn ? GetSettingBool(kFadeSection, QStringLiteral("FadeInPrompt"), true)
+                                     : GetSettingBool(kFadeSection, QStringLiteral("FadeOutPrompt"), true);
+}
 
 LFadeDialog::LFadeDialog(LEffectContext context, const LEffectRow& row, std::unique_ptr<LEffect> effect,
                          const QString& title)
