@@ -23,11 +23,11 @@ class LFeedSink final : public LSoundSink {
     F feed_;
 };
 
-// From where `source` stands to its end.
+// From where `source` stands to its end. `isQuick`: `feed` takes less time than reading does.
 template <typename F>
-JobResult FeedFrom(LSoundSource& source, LProgress& progress, F feed) {
+JobResult FeedFrom(LSoundSource& source, LProgress& progress, F feed, bool isQuick = false) {
     LFeedSink<F> sink(source.Format(), std::move(feed));
-    return PumpSource(source, sink, progress);
+    return isQuick ? PumpSourceHere(source, sink, progress) : PumpSource(source, sink, progress);
 }
 
 }  // namespace ondarix

@@ -145,8 +145,9 @@ std::unique_ptr<LLevelMeasure> LNormalizeEffect::MakeMeasure(LSoundFormat format
 
 JobResult LNormalizeEffect::MeasureLevel(LSoundSource& source, LProgress& progress, LFound& found) const {
     const auto measure = MakeMeasure(source.Format());
-    const JobResult result =
-        FeedFrom(source, progress, [&](const float* block, int64_t frames) { measure->Feed(block, frames); });
+    const bool isQuick = params.Method() == LNormalizeMethod::kPeak;
+    const JobResult result = FeedFrom(
+        source, progress, [&](const float* block, int64_t frames) { measure->Feed(block, frames); }, isQuick);
     found.level = measure->Finish();
     return result;
 }

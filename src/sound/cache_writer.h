@@ -70,5 +70,7 @@ LSoundSinkRef CreateCacheWriter(int32_t rate, uint8_t channels, LSound* owner);
 // another thread meanwhile, and may stand further on than what has been written when this ends early.
 inline constexpr int32_t kPumpFrames = kBlockFrames;
 JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow = false);
+// The same on this thread alone: for sinks that take less time than handing blocks over.
+JobResult PumpSourceHere(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow = false);
 
 }  // namespace ondarix

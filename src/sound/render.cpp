@@ -47,8 +47,25 @@ class FractionReport {
     uint64_t shown_ = TickCountMs();
 };
 
-// Block by block on this thread; `follow`: until the source grows no more.
-JobResult PumpHere(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
+// What `ahead` reads on its thread is written on this one. Progress is asked as often as it would be without
+// the other thread, and while that keeps this one waiting.
+JobResult PumpAhead(LReadAhead& ahead, LSoundSink& sink, LProgress& progress, int64_t start) {
+    FractionReport report(progress, start);
+    while (!sink.HasFailed()) {
+        if (progress.IsCancelled()) return JobResult::kCancelled;
+        const LReadAhead::Block* block = ahead.Next(kAskEveryMs);
+        if (!block && ahead.HasFailed()) return JobResult::kFailed;
+        if (!block) continue;
+        if (block->frames == 0) return JobResult::kSuccess;
+        sink.Write(block->samples.data(), block->frames);
+        report.Show(block->position + block->frames, block->end);
+    }
+    return JobResult::kFailed;
+}
+
+}  // namespace
+
+JobResult PumpSourceHere(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
     std::vector<float> block(static_cast<size_t>(kPumpFrames) * source.channels);
     FractionReport report(progress, source.GetPosition());
     while (!sink.HasFailed()) {
@@ -70,31 +87,13 @@ JobResult PumpHere(LSoundSource& source, LSoundSink& sink, LProgress& progress, 
     return JobResult::kFailed;
 }
 
-// What `ahead` reads on its thread is written on this one. Progress is asked as often as it would be without
-// the other thread, and while that keeps this one waiting.
-JobResult PumpAhead(LReadAhead& ahead, LSoundSink& sink, LProgress& progress, int64_t start) {
-    FractionReport report(progress, start);
-    while (!sink.HasFailed()) {
-        if (progress.IsCancelled()) return JobResult::kCancelled;
-        const LReadAhead::Block* block = ahead.Next(kAskEveryMs);
-        if (!block && ahead.HasFailed()) return JobResult::kFailed;
-        if (!block) continue;
-        if (block->frames == 0) return JobResult::kSuccess;
-        sink.Write(block->samples.data(), block->frames);
-        report.Show(block->position + block->frames, block->end);
-    }
-    return JobResult::kFailed;
-}
-
-}  // namespace
-
 JobResult PumpSource(LSoundSource& source, LSoundSink& sink, LProgress& progress, bool follow) {
     const int64_t start = source.GetPosition();
     int64_t left = 0;
     if (__builtin_sub_overflow(source.GetLength(), start, &left)) left = kWorthAThread;
-    if (left < kWorthAThread || source.IsGrowing()) return PumpHere(source, sink, progress, follow);
+    if (left < kWorthAThread || source.IsGrowing()) return PumpSourceHere(source, sink, progress, follow);
     LReadAhead ahead(source);
-    if (!ahead.Start()) return PumpHere(source, sink, progress, follow);
+    if (!ahead.Start()) return PumpSourceHere(source, sink, progress, follow);
     return PumpAhead(ahead, sink, progress, start);
 }
 

@@ -19,16 +19,15 @@ int64_t FloorTo(int64_t value, int64_t step) {
 // A straight line from `start` to `end` over the block, held to the limit against the rounding of the
 // products.
 template <int kChannels>
-void ApplyRamp(const float* from, float* to, int32_t frames, int channelCount, float start, float end,
-               float limit) {
+void ApplyRamp(float* block, int32_t frames, int channelCount, float start, float end, float limit) {
     const int channels = kChannels > 0 ? kChannels : channelCount;
     const float step = (end - start) / static_cast<float>(frames);
     for (int32_t frame = 0; frame < frames; ++frame) {
         const float gain = start + step * static_cast<float>(frame);
         for (int channel = 0; channel < channels; ++channel) {
-            float v = from[frame * channels + channel] * gain;
+            float v = block[frame * channels + channel] * gain;
             v = v > limit ? limit : v;
-            to[frame * channels + channel] = v < -limit ? -limit : v;
+            block[frame * channels + channel] = v < -limit ? -limit : v;
         }
     }
 }
@@ -59,14 +58,18 @@ LPeakLimiterSource::LPeakLimiterSource(LSoundSourceRef child, float limit)
     peak = std::min(child_->peak, limit);
     const uint32_t share = child_->IsGrowing() ? 70 : 35;
     blockFrames_ = std::clamp(static_cast<int32_t>(sampleRate / share), 16, 8192);
-    for (auto* block : {&ahead_, &now_, &out_}) block->resize(static_cast<size_t>(blockFrames_) * channels);
+    for (auto* block : {&ahead_, &now_}) block->resize(static_cast<size_t>(blockFrames_) * channels);
     position_ = child_->GetPosition();
+}
+
+float LPeakLimiterSource::TargetOf(const float* block) const {
+    const float p = MaxMagnitude(block, static_cast<int64_t>(ahead_.size()));
+    return p > limit_ ? limit_ / p : 1.0f;
 }
 
 float LPeakLimiterSource::ReadAhead() {
     child_->Read(ahead_.data(), blockFrames_);
-    const float p = MaxMagnitude(ahead_.data(), static_cast<int64_t>(ahead_.size()));
-    return p > limit_ ? limit_ / p : 1.0f;
+    return TargetOf(ahead_.data());
 }
 
 void LPeakLimiterSource::Prime() {
@@ -89,32 +92,51 @@ void LPeakLimiterSource::Prime() {
     NextBlock();
 }
 
+bool LPeakLimiterSource::Advance(float target) {
+    targetNow_ = std::exchange(targetAhead_, target);
+    gainStart_ = std::exchange(gainEnd_, std::min(targetNow_, targetAhead_));
+    if (targetAhead_ < 1.0f) clipped_.store(true, std::memory_order_relaxed);
+    const bool lowers = gainStart_ != 1.0f || gainEnd_ != 1.0f;
+    lowered_.store(lowers, std::memory_order_relaxed);
+    if (targetNow_ < 1.0f) loudBlocks_.fetch_add(1, std::memory_order_relaxed);
+    return lowers;
+}
+
+void LPeakLimiterSource::Lower(float* block) const {
+    const auto ramp = channels == 1 ? ApplyRamp<1> : channels == 2 ? ApplyRamp<2> : ApplyRamp<0>;
+    ramp(block, blockFrames_, channels, gainStart_, gainEnd_, limit_);
+}
+
 void LPeakLimiterSource::NextBlock() {
     std::swap(now_, ahead_);
-    targetNow_ = targetAhead_;
-    targetAhead_ = ReadAhead();
-    if (targetAhead_ < 1.0f) clipped_.store(true, std::memory_order_relaxed);
-    const float start = std::exchange(gainEnd_, std::min(targetNow_, targetAhead_));
-    given_ = now_.data();
-    const bool lowers = start != 1.0f || gainEnd_ != 1.0f;
-    lowered_.store(lowers, std::memory_order_relaxed);
-    if (!lowers) return;
-    if (targetNow_ < 1.0f) loudBlocks_.fetch_add(1, std::memory_order_relaxed);
-    const auto ramp = channels == 1 ? ApplyRamp<1> : channels == 2 ? ApplyRamp<2> : ApplyRamp<0>;
-    ramp(now_.data(), out_.data(), blockFrames_, channels, start, gainEnd_, limit_);
-    given_ = out_.data();
+    if (Advance(ReadAhead())) Lower(now_.data());
+}
+
+float* LPeakLimiterSource::ReadBlocks(float* dest, int32_t blocks) {
+    const auto blockSamples = static_cast<int64_t>(ahead_.size());
+    std::copy_n(ahead_.data(), blockSamples, dest);
+    child_->Read(dest + blockSamples, (blocks - 1) * blockFrames_);
+    for (; blocks > 0; --blocks, dest += blockSamples)
+        if (Advance(blocks > 1 ? TargetOf(dest + blockSamples) : ReadAhead())) Lower(dest);
+    return dest;
 }
 
 float* LPeakLimiterSource::Read(float* dest, int32_t frames) {
     while (frames > 0) {
         if (!primed_) Prime();
-        if (used_ == blockFrames_) {
-            NextBlock();
-            used_ = 0;
+        int32_t piece = 0;
+        if (used_ == blockFrames_ && frames >= 2 * blockFrames_) {
+            piece = frames - frames % blockFrames_;
+            dest = ReadBlocks(dest, piece / blockFrames_);
+        } else {
+            if (used_ == blockFrames_) {
+                NextBlock();
+                used_ = 0;
+            }
+            piece = std::min(frames, blockFrames_ - used_);
+            dest = std::copy_n(now_.data() + int64_t{used_} * channels, int64_t{piece} * channels, dest);
+            used_ += piece;
         }
-        const int32_t piece = std::min(frames, blockFrames_ - used_);
-        dest = std::copy_n(given_ + int64_t{used_} * channels, int64_t{piece} * channels, dest);
-        used_ += piece;
         position_ += piece;
         frames -= piece;
     }

@@ -54,21 +54,24 @@ class LPeakLimiterSource final : public LSoundSource {
   private:
     void Prime();
     void NextBlock();
-    float ReadAhead();  // fills `ahead_`; its target
+    float* ReadBlocks(float* dest, int32_t blocks);  // two or more, from the start of one, past `now_`
+    float TargetOf(const float* block) const;
+    float ReadAhead();               // fills `ahead_`; its target
+    bool Advance(float target);      // to the next block; whether it is lowered
+    void Lower(float* block) const;  // the block that Advance came to
 
     LSoundSourceRef child_;
     float limit_;
     int32_t blockFrames_;
-    std::vector<float> ahead_, now_, out_;  // blockFrames_ * channels each
-    const float* given_ = nullptr;          // `now_` or `out_`
-    float gainEnd_ = 1.0f;                  // at the end of the block in `now_`
+    std::vector<float> ahead_, now_;           // blockFrames_ * channels each; `now_` as it is given
+    float gainStart_ = 1.0f, gainEnd_ = 1.0f;  // of the block that is given
     float targetNow_ = 1.0f, targetAhead_ = 1.0f;
     int32_t used_ = 0;    // frames of the block that are given already
     int64_t origin_ = 0;  // a place where a block begins
     int64_t position_ = 0;
     bool primed_ = false;
     std::atomic<bool> clipped_{false};
-    std::atomic<bool> lowered_{false};     // the block in `given_`
+    std::atomic<bool> lowered_{false};     // the block that is given
     std::atomic<uint32_t> loudBlocks_{0};  // given so far
 };
 
