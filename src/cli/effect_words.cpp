@@ -159,13 +159,19 @@ QJsonValue ParamToJson(const LEffectParam& param, double value) {
     return value;
 }
 
+QJsonValue OptionToJson(const LEffectOption& option) {
+    bool isNumber = false;
+    const double number = QLocale::c().toDouble(option.value, &isNumber);
+    return isNumber ? QJsonValue(number) : QJsonValue(option.value);
+}
+
 QJsonObject ValuesToJson(const LEffect& effect) {
     QJsonObject values;
     LEffectParam param;
     for (int i = 0; i < effect.GetParameterCount(); ++i)
         if (effect.GetParameterInfo(i, param)) values[param.id] = ParamToJson(param, param.value);
     for (const LEffectOption& option : effect.GetOptions())
-        if (!option.value.isEmpty()) values[option.id] = option.value;
+        if (!option.value.isEmpty()) values[option.id] = OptionToJson(option);
     return values;
 }
 

@@ -46,6 +46,8 @@ QStringList PresetNames(const LEffect& effect);
 
 // JSON has no infinity: null stands for a level of silence.
 QJsonValue ParamToJson(const LEffectParam& param, double value);
+// A number where it is one.
+QJsonValue OptionToJson(const LEffectOption& option);
 // "gain": 50, ...
 QJsonObject ValuesToJson(const LEffect& effect);
 // gain=50% method="Peak Loudness (RMS)", as a shell takes it; only what differs from `basis`, where one is

@@ -52,7 +52,7 @@ QJsonArray MoreToJson(const LEffect& effect) {
     QJsonArray array;
     for (const LEffectOption& option : effect.GetOptions()) {
         QJsonObject json{{"id", option.id}, {"help", option.help}};
-        if (!option.value.isEmpty()) json["default"] = option.value;
+        if (!option.value.isEmpty()) json["default"] = OptionToJson(option);
         array += json;
     }
     return array;

@@ -56,6 +56,21 @@ class LChannelGainsFilter final : public LSoundFilter {
     std::vector<float> gains_;
 };
 
+constexpr uint16_t kExactGainTag = kFirstFieldTag + 1;  // float; readers that do not know it take the percent
+
+float GainOfDb(double db) { return static_cast<float>(std::pow(10.0, db / 20.0)); }
+
+// The shortest decimal that gives the gain back: what was asked for, where that is how it was asked.
+QString DbText(float gain) {
+    const double db = 20 * std::log10(static_cast<double>(gain));
+    QString text;
+    for (int decimals = 0; decimals <= 9; ++decimals) {
+        text = QString::number(db, 'f', decimals);
+        if (GainOfDb(text.toDouble()) == gain) break;
+    }
+    return text;
+}
+
 QString ChannelGainName(int channel, int channels) {
     if (channels <= 2) return channel == 0 ? QStringLiteral("Left Gain") : QStringLiteral("Right Gain");
     if (channel < static_cast<int>(std::size(kSpeakerGains)))
@@ -107,6 +122,23 @@ float LAmplifyEffect::Gain() const {
     return exactGain_.value_or(static_cast<float>(params.gainPercent) / 100.0f);
 }
 
+void LAmplifyEffect::Save(LLsdfWriter& writer) const {
+    LTableEffect::Save(writer);
+    if (exactGain_) writer.PutF32(kExactGainTag, *exactGain_);
+}
+
+void LAmplifyEffect::Load(LLsdfReader& reader) {
+    std::optional<float> exact;
+    while (const auto chunk = reader.Next()) {
+        if (chunk->id == kExactGainTag) exact = reader.F32();
+        if (chunk->id != kFirstFieldTag) continue;
+        if (const auto percent = reader.U32()) SetParameter(0, static_cast<int32_t>(*percent));
+    }
+    // The percent holds where somebody else has changed it.
+    const bool isNear = exact && std::fabs(*exact * 100.0f - static_cast<float>(params.gainPercent)) < 0.51f;
+    if (isNear) SetGain(*exact);
+}
+
 QString LAmplifyEffect::PresetText() const {
     QString percent = LTableEffect::PresetText();
     if (!exactGain_) return percent;
@@ -129,7 +161,7 @@ QString LAmplifyEffect::SetOption(const QString& name, const QString& value) {
     if (word.endsWith(QLatin1String("dB"), Qt::CaseInsensitive)) word = word.chopped(2).trimmed();
     bool isNumber = false;
     const double db = QLocale::c().toDouble(word, &isNumber);
-    const auto gain = static_cast<float>(std::pow(10.0, db / 20.0));
+    const float gain = GainOfDb(db);
     if (!isNumber || !(gain >= kLeastGain && gain <= kMostGain))
         return QStringLiteral("db: \"%1\" is no value from -40 dB to 12.04 dB").arg(value);
     SetGain(gain);
@@ -137,9 +169,8 @@ QString LAmplifyEffect::SetOption(const QString& name, const QString& value) {
 }
 
 std::vector<LEffectOption> LAmplifyEffect::GetOptions() const {
-    const double db = 20 * std::log10(static_cast<double>(Gain()));
-    const QString value = exactGain_ ? QLocale::c().toString(db, 'g', 9) : QString();
-    return {{QStringLiteral("db"), value, QStringLiteral("the gain in dB: -6.5")}};
+    return {{QStringLiteral("db"), exactGain_ ? DbText(*exactGain_) : QString(),
+             QStringLiteral("the gain in dB: -6.5")}};
 }
 
 LSoundSourceRef LAmplifyEffect::CreateFilter(LSoundSourceRef source) const {

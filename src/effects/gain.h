@@ -14,8 +14,8 @@ struct LAmplifyParams {
     bool operator==(const LAmplifyParams&) const = default;
 };
 
-// The stored value is a whole percent. A gain between two of them lives as long as the effect and in the
-// user's presets; setting the parameter ends it.
+// The parameter is a whole percent, also where the values that were used last are kept. A gain between two of
+// them lives beside it: in the effect, in the user's presets and in chains; setting the parameter ends it.
 class LAmplifyEffect final : public LTableEffect<LAmplifyEffect, LAmplifyParams> {
   public:
     static constexpr float kLeastGain = 0.01f, kMostGain = 4.0f;  // linear; the range of the parameter
@@ -29,6 +29,8 @@ class LAmplifyEffect final : public LTableEffect<LAmplifyEffect, LAmplifyParams>
     void SetPreset(int index) override;
     void SetDefaults() override;
     int GetCurrentPreset() const override;
+    void Save(LLsdfWriter& writer) const override;
+    void Load(LLsdfReader& reader) override;
     QString PresetText() const override;  // the percent, behind it a gain that is none
     bool SetPresetText(const QString& text) override;
     // Also "db": the gain in dB, exactly.

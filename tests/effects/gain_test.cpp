@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "effects/gain.h"
 
+#include <QTemporaryDir>
 #include <limits>
 
+#include "effects/chain_file.h"
 #include "effects/gain_fixture.h"
 #include "gen/bytes.h"
 
@@ -15,6 +17,17 @@ LEffectParam Param(const LEffect& effect, int index) {
     LEffectParam param;
     EXPECT_TRUE(effect.GetParameterInfo(index, param));
     return param;
+}
+
+// As a chain that was written and read makes it.
+LAmplifyEffect ThroughChainFile(const LAmplifyEffect& effect) {
+    QTemporaryDir folder;
+    LEffectChain written, read;
+    written.Add(effect.Clone());
+    EXPECT_EQ(WriteEffectChainFile(folder.filePath("one.ecf"), written), LChainWrite::kWritten);
+    EXPECT_EQ(ReadEffectChainFile(folder.filePath("one.ecf"), read), LChainRead::kRead);
+    const auto* amplify = dynamic_cast<const LAmplifyEffect*>(std::as_const(read).At(0));
+    return amplify ? *amplify : LAmplifyEffect();
 }
 
 TEST(AmplifyTest, MultipliesEverySampleOfEverySound) {
@@ -55,8 +68,11 @@ TEST(AmplifyTest, TakesGainsBetweenTwoPercents) {
     ASSERT_TRUE(other.SetPresetText(effect.PresetText()));
     EXPECT_EQ(other.Gain(), effect.Gain());
     EXPECT_EQ(static_cast<const LAmplifyEffect&>(*effect.Clone()).Gain(), effect.Gain());
+    EXPECT_EQ(effect.GetOptions()[0].value, "3.5") << "what was asked for, not the decimals of a float";
+    EXPECT_EQ(ThroughChainFile(effect).Gain(), effect.Gain());
 
     effect.SetParameter(0, 150);
+    EXPECT_EQ(ThroughChainFile(effect).Gain(), 1.5f);
     EXPECT_EQ(effect.Gain(), 1.5f) << "a percent ends it, also the one that was shown";
     EXPECT_EQ(effect.GetPresetName(effect.GetCurrentPreset()), "Louder");
     effect.SetGain(0.1234f);
