@@ -190,7 +190,7 @@ void LRunningGateMeasure::EndBlock(LBlock& block) {
         block.frames > 0 ? std::sqrt(block.squares / static_cast<double>(block.frames)) : kLevelWithoutFrames;
     block.squares = 0;
     block.frames = 0;
-    if (!(level >= kAbsoluteLevel && level > kRelativeShare * level_)) return;
+    if (!std::isfinite(level) || level < kAbsoluteLevel || level <= kRelativeShare * level_) return;
     const auto count = static_cast<double>(count_);
     level_ = std::sqrt((level_ * level_ * count + level * level) / (count + 1));
     least_ = count_ == 0 ? level_ : std::min(least_, level_);

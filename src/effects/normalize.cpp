@@ -98,23 +98,28 @@ double LNormalizeEffect::Target() const {
 
 bool LNormalizeEffect::IsMeasured() const { return found_ && MeasuresAlike(found_->asked, params); }
 
+// Samples that are no numbers may make the measure none, or endless: what would silence the sound.
+bool LNormalizeEffect::HasLevel() const {
+    return IsMeasured() && found_->level != 0 && std::isfinite(found_->level);
+}
+
 std::vector<LEffectOption> LNormalizeEffect::GetOptions() const {
     return {{QStringLiteral("percent"), {}, QStringLiteral("the level in percent, 0.1 to 100: 90%")}};
 }
 
 float LNormalizeEffect::Gain() const {
-    if (!IsMeasured() || found_->level == 0 || std::isnan(found_->level)) return 1;
+    if (!HasLevel()) return 1;
     const auto gain = static_cast<float>(Target() / found_->level);
     return std::isfinite(gain) ? gain : 1;
 }
 
 std::optional<double> LNormalizeEffect::MeasuredLevel() const {
-    if (!IsMeasured() || found_->level == 0 || std::isnan(found_->level)) return std::nullopt;
+    if (!HasLevel()) return std::nullopt;
     return found_->level;
 }
 
 LSoundSourceRef LNormalizeEffect::CreateFilter(LSoundSourceRef source) const {
-    if (!IsMeasured() || found_->level == 0 || std::isnan(found_->level)) return source;
+    if (!HasLevel()) return source;
     const float gain = Gain();
     LSoundSourceRef louder = Amplify(std::move(source), gain);
     if (params.Method() == LNormalizeMethod::kRunningGate)

@@ -62,13 +62,14 @@ class LNormalizeEffect final : public LTableEffect<LNormalizeEffect, LNormalizeP
     // What one pass found, and what it had been asked.
     struct LFound {
         LNormalizeParams asked;
-        double level = 0;     // linear; 0 or no number: nothing to normalize
+        double level = 0;     // linear; 0 or not finite: nothing to normalize
         double truePeak = 0;  // kStandard
     };
     std::unique_ptr<LLevelMeasure> MakeMeasure(LSoundFormat format) const;
     JobResult MeasureLevel(LSoundSource& source, LProgress& progress, LFound& found) const;
     JobResult MeasureLoudness(LSoundSource& source, LProgress& progress, LFound& found) const;
     bool IsMeasured() const;
+    bool HasLevel() const;
 
     std::optional<LFound> found_;
 };

@@ -98,6 +98,19 @@ TEST(Normalize, NothingIsChangedWhereNothingIsHeard) {
         << "another level needs no new pass";
 }
 
+TEST(Normalize, SamplesThatAreNoNumbersSilenceNothing) {
+    for (const float bad :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        LTestSound sound = SpokenWords();
+        sound.samples[sound.samples.size() / 2] = bad;
+        for (int method = 0; method <= 5; ++method) {
+            const auto effect = Measured(Normalizer(static_cast<LNormalizeMethod>(method), -20), sound);
+            EXPECT_TRUE(std::isfinite(effect.Gain())) << method << " " << bad;
+            EXPECT_GT(effect.Gain(), 0.01f) << method << " " << bad;
+        }
+    }
+}
+
 TEST(Normalize, TheEbuMethodIsRelativeToItsReferenceAndNeverGoesOverItsCeiling) {
     const LTestSound sound = LongSpeech();
     LRunningGateMeasure measure(48000, 1, 19200);
