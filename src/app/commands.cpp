@@ -35,7 +35,7 @@ const LWholeTable& Whole() {
     return table;
 }
 
-constexpr int kSplitAutomatically = 2052, kHideTrimRegions = 2057, kBackgroundMusic = 2068;
+constexpr int kSplitAutomatically = 2052, kHideTrimRegions = 2057;
 constexpr int kAutoClicks = 7009, kClicks = 7010, kNoiseCleanup = 7030, kVocalCleanup = 7050;
 
 // Of the edit menu: copies, selects, or makes other sounds of the active one.
@@ -66,7 +66,6 @@ bool OnlyLooks(int id) {
         case kCmdSampleEditing:
         case kSplitAutomatically:
         case kHideTrimRegions:
-        case kBackgroundMusic:
             return true;
         default:
             return false;

@@ -22,7 +22,8 @@ void LEnvelopeCurve::SetPoints(std::vector<LEnvelopePoint> points) {
 int LEnvelopeCurve::Add(LEnvelopePoint point) {
     point.frame = std::clamp<int64_t>(point.frame, 0, length_);
     const auto behind = std::upper_bound(points_.begin(), points_.end(), point.frame, IsBefore);
-    return static_cast<int>(points_.insert(behind, point) - points_.begin());
+    const auto added = points_.insert(behind, point);
+    return static_cast<int>(added - points_.begin());
 }
 
 bool LEnvelopeCurve::Move(int index, LEnvelopePoint to) {

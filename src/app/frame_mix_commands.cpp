@@ -127,8 +127,10 @@ QString AskMixFile(QWidget* owner, const QString& title) {
     for (const LFileTypeRow& row : OpenSoundFileTypes()) filters.append(QtFilter(row));
     dialog.setNameFilters(filters);
     if (dialog.exec() != QDialog::Accepted) return {};
-    SetSettingString(kMixFolderSection, kMixFolderName, dialog.directory().absolutePath());
-    return dialog.selectedFiles().value(0);
+    const QString path = dialog.selectedFiles().value(0);
+    if (!path.isEmpty())
+        SetSettingString(kMixFolderSection, kMixFolderName, QFileInfo(path).absolutePath());
+    return path;
 }
 
 void MixFile(LCommandCall& call, const QString& label) {
