@@ -93,6 +93,7 @@ void LEnvelopeDialog::BuildPointRow() {
     time_ = new LTimeEdit(Context().Format().sampleRate, 0, Sound()->Length(), this);
     time_->setObjectName(QStringLiteral("pointTime"));
     time_->setAccessibleName(QStringLiteral("Time of the point"));
+    time_->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("00:00:00.000000")));
     percent_ = new QDoubleSpinBox(this);
     percent_->setObjectName(QStringLiteral("pointLevel"));
     percent_->setAccessibleName(QStringLiteral("Level of the point in percent"));
