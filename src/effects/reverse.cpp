@@ -2,6 +2,8 @@
 #include "effects/reverse.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -14,7 +16,9 @@ namespace {
 constexpr int64_t kReverseBlock = 8192;  // frames
 
 // Blocks lie at multiples of kReverseBlock of what is given out, so that the places where the child is moved
-// to, and with them the samples of a child with a memory, do not depend on how much is read at once.
+// to, and with them the samples of a child with a memory, do not depend on how much is read at once. Two are
+// kept: a reversing parent asks for pieces of two, from back to front, and comes to each of them twice; were
+// they read again, each of several reverses in a row would double the work.
 class LReverseSource final : public LWrapperSource {
   public:
     explicit LReverseSource(LSoundSourceRef child)
@@ -42,27 +46,43 @@ class LReverseSource final : public LWrapperSource {
         return given;
     }
 
+    struct LBlock {
+        int64_t start = -1, frames = 0;  // of what is given out
+        std::vector<float> samples;      // as the child gives them
+    };
+
     int64_t GiveReversed(float* dest, int64_t frames) {
-        LoadBlock(position_ - position_ % kReverseBlock);
-        const int64_t passed = position_ - blockStart_;
-        const int64_t given = std::min(frames, blockFrames_ - passed);
-        ReverseFrames(block_.data() + (blockFrames_ - passed - given) * channels, dest, given, channels);
+        const LBlock& block = BlockAt(position_ - position_ % kReverseBlock);
+        const int64_t passed = position_ - block.start;
+        const int64_t given = std::min(frames, block.frames - passed);
+        ReverseFrames(block.samples.data() + (block.frames - passed - given) * channels, dest, given,
+                      channels);
         return given;
     }
 
-    void LoadBlock(int64_t start) {
-        if (start == blockStart_) return;
-        blockStart_ = start;
-        blockFrames_ = std::min(kReverseBlock, length_ - start);
-        block_.resize(static_cast<size_t>(blockFrames_ * channels));
-        child_->Seek(length_ - start - blockFrames_);
-        child_->Read(block_.data(), static_cast<int32_t>(blockFrames_));
+    const LBlock& BlockAt(int64_t start) {
+        for (const LBlock& block : blocks_)
+            if (block.start == start) return block;
+        const auto away = [start](const LBlock& block) {
+            return block.start < 0 ? std::numeric_limits<int64_t>::max() : std::abs(block.start - start);
+        };
+        LBlock& block = away(blocks_[0]) > away(blocks_[1]) ? blocks_[0] : blocks_[1];
+        Load(block, start);
+        return block;
+    }
+
+    void Load(LBlock& block, int64_t start) {
+        block.start = -1;
+        block.frames = std::min(kReverseBlock, length_ - start);
+        block.samples.resize(static_cast<size_t>(block.frames * channels));
+        child_->Seek(length_ - start - block.frames);
+        child_->Read(block.samples.data(), static_cast<int32_t>(block.frames));
+        block.start = start;
     }
 
     int64_t length_;
     int64_t position_ = 0;
-    int64_t blockStart_ = -1, blockFrames_ = 0;  // of what is given out
-    std::vector<float> block_;                   // as the child gives it
+    LBlock blocks_[2];
 };
 
 }  // namespace

@@ -63,6 +63,15 @@ TEST(ReverseTest, HoldsAtLengthsAroundItsBlocksAndOutsideOfTheSound) {
     EXPECT_EQ(LReverseEffect().CreateFilter(source).Get(), source.Get());
 }
 
+TEST(ReverseTest, ManyInARowTakeAsManyTimesAsLong) {
+    const LTestSound sound{"noise", NoiseFrames(50'000, 2), {44100, 2}};
+    LSoundSourceRef source = Open(sound);
+    for (int i = 0; i < 60; ++i) source = LReverseEffect().CreateFilter(std::move(source));
+    std::vector<float> out(sound.samples.size());
+    source->Read(out.data(), 50'000);  // with twice the work for each it would never end
+    EXPECT_EQ(out, sound.samples);
+}
+
 class DcOffsetTest : public SoundCacheTest {
   protected:
     // Through measuring and filter, as applying does it.
