@@ -43,6 +43,7 @@ function(ondarix_tests folder)
   add_executable(test_${folder} ${sources})
   target_link_libraries(test_${folder} PRIVATE ondarix_options ${ARGN} GTest::gtest GTest::gmock GTest::gtest_main)
   target_include_directories(test_${folder} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  set_target_properties(test_${folder} PROPERTIES UNITY_BUILD ${ONDARIX_UNITY} UNITY_BUILD_BATCH_SIZE 6)
   target_precompile_headers(test_${folder} PRIVATE <gtest/gtest.h> <QString> <QByteArray> <vector>)
   set(properties TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
   # Suites against real servers carry a label: on a machine that is too busy such a server may fail them, so that

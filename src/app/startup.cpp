@@ -295,7 +295,7 @@ int RunInstance(char** argv, const QStringList& arguments, LRuntimeLock& startLo
     return status;
 }
 
-int Refuse(const char* why) {
+int RefuseStart(const char* why) {
     std::fprintf(stderr, "ondarix: %s\n", why);
     return kExitNoWindow;
 }
@@ -308,7 +308,7 @@ int RunEditor(int argc, char** argv) {
     SetProgramPhase(kPhaseGlobalInit);
     const QStringList arguments = ArgumentsOf(argc, argv);
     if (AnswersWithoutWindow(arguments)) return 0;
-    if (RuntimeFolder().isEmpty()) return Refuse("the run-time folder cannot be made");
+    if (RuntimeFolder().isEmpty()) return RefuseStart("the run-time folder cannot be made");
 
     LRuntimeLock startLock(kStartLockName);
     LRuntimeLock runLock(kRunLockName);
@@ -317,11 +317,11 @@ int RunEditor(int argc, char** argv) {
         case Role::kSender:
             return 0;
         case Role::kNeither:
-            return Refuse("the running instance does not answer and does not end");
+            return RefuseStart("the running instance does not answer and does not end");
         case Role::kInstance:
             break;
     }
-    if (!HasDisplay()) return Refuse("no display; use ondarix-cli");
+    if (!HasDisplay()) return RefuseStart("no display; use ondarix-cli");
     return RunInstance(argv, arguments, startLock);
 }
 

@@ -20,11 +20,11 @@ QByteArray Chunk(int id, int type, const QByteArray& payload) {
            Little(static_cast<uint64_t>(payload.size())) + payload;
 }
 QByteArray Byte(int id, int value) { return Chunk(id, 1, QByteArray(1, static_cast<char>(value))); }
-QByteArray Word(int id, uint32_t value) { return Chunk(id, 2, Little(value)); }
+QByteArray StoredWord(int id, uint32_t value) { return Chunk(id, 2, Little(value)); }
 
 QByteArray StoredEffect(uint32_t type, const QByteArray& fields, int bypass = 0) {
-    const QByteArray common = Chunk(4096, 0, Byte(8192, bypass) + Word(12288, 0));
-    return Word(8192, type) + Chunk(4096, 0, common + fields);
+    const QByteArray common = Chunk(4096, 0, Byte(8192, bypass) + StoredWord(12288, 0));
+    return StoredWord(8192, type) + Chunk(4096, 0, common + fields);
 }
 
 QByteArray ChainFile(const QByteArray& body, uint32_t kind = 11, uint16_t version = 1) {
@@ -102,9 +102,9 @@ TEST(CliChain, WhatIsMadeIsShownAndApplied) {
 // Files from anywhere: other versions' effects, effects that are off, and one with no place in a chain.
 TEST(CliChain, FilesOfOtherVersions) {
     const Home home;
-    const QByteArray body = StoredEffect(1, Word(8192, 50)) +
-                            StoredEffect(30001, Word(8192, 7) + Byte(9000, 3)) +
-                            StoredEffect(9, Word(8192, 1)) + StoredEffect(1, Word(8192, 10), 1) +
+    const QByteArray body = StoredEffect(1, StoredWord(8192, 50)) +
+                            StoredEffect(30001, StoredWord(8192, 7) + Byte(9000, 3)) +
+                            StoredEffect(9, StoredWord(8192, 1)) + StoredEffect(1, StoredWord(8192, 10), 1) +
                             Chunk(20000, 7, "a chunk of another time");
     WriteFile(home.File("other.ecf"), ChainFile(body));
     const QJsonArray shown = home.Run({"chain", "show", "--json", "other.ecf"}).Json()["effects"].toArray();
@@ -133,13 +133,14 @@ TEST(CliChain, FilesOfOtherVersions) {
               (QStringList{"1 0 8192=32000000", "30001 0 8192=07000000 9000=03", "1 1 8192=0a000000",
                            "1 0 8192=64000000"}));
     // What a file that was cut short still holds.
-    WriteFile(home.File("short.ecf"), ChainFile(body).left(24 + StoredEffect(1, Word(8192, 50)).size()));
+    WriteFile(home.File("short.ecf"),
+              ChainFile(body).left(24 + StoredEffect(1, StoredWord(8192, 50)).size()));
     EXPECT_EQ(home.Run({"chain", "show", "--json", "short.ecf"}).Json()["effects"].toArray().size(), 1);
 }
 
 TEST(CliChain, WrongLinesAndFilesAreRefused) {
     const Home home;
-    const QByteArray good = ChainFile(StoredEffect(1, Word(8192, 50)));
+    const QByteArray good = ChainFile(StoredEffect(1, StoredWord(8192, 50)));
     WriteFile(home.File("good.ecf"), good);
     WriteFile(home.File("empty.ecf"), ChainFile({}));
     WriteFile(home.File("nothing.ecf"), "");

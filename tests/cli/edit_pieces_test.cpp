@@ -12,7 +12,7 @@ namespace {
 
 QStringList Names(const QString& folder) { return QDir(folder).entryList(QDir::Files, QDir::Name); }
 
-void WriteStereo(const Home& home, int frames = 1000) {
+void WriteStereoPiece(const Home& home, int frames = 1000) {
     WriteFile(home.File("in.wav"), NoiseWav(3, 1, 16, 8000, 2, frames, 0.4).ToBytes());
 }
 
@@ -24,7 +24,7 @@ QByteArray AllSamples(const QString& folder, const QStringList& names) {
 
 TEST(CliPieces, PartsAreTheSoundCutInPieces) {
     const Home home;
-    WriteStereo(home);
+    WriteStereoPiece(home);
     const QByteArray in = ReadPlainWav(home.File("in.wav")).data;
     const struct {
         const char* operations;
@@ -54,7 +54,7 @@ TEST(CliPieces, PartsAreTheSoundCutInPieces) {
 
 TEST(CliPieces, AreReadBySoxInTheCodingOfTheOutput) {
     const Home home;
-    WriteStereo(home);
+    WriteStereoPiece(home);
     ASSERT_EQ(home.Run({"edit", "--bits", "float", "in.wav", "out.wav", "delete", "0", "500",
                         "split-channels", "parts", "silence", "0", "end"})
                   .status,
@@ -95,7 +95,7 @@ TEST(CliPieces, SilencesSeparateTheTonesBetweenThem) {
 
 TEST(CliPieces, NothingIsWrittenWhenAnyStepFails) {
     const Home home;
-    WriteStereo(home);
+    WriteStereoPiece(home);
     WriteFile(home.File("plain"), "a file");
     const QByteArray before = FileContent(home.File("in.wav"));
     const struct {
@@ -156,7 +156,7 @@ TEST(CliPieces, NothingIsWrittenWhenAnyStepFails) {
 
 TEST(CliPieces, ExistingFilesStayWhereThatIsAskedFor) {
     const Home home;
-    WriteStereo(home);
+    WriteStereoPiece(home);
     ASSERT_TRUE(QDir(home.FilesFolder()).mkdir("parts"));
     WriteFile(home.File("parts/in_2.wav"), "precious");
     const QStringList line{"edit", "in.wav", "-", "split-at", "parts", "400"};

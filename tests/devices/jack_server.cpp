@@ -11,8 +11,8 @@
 namespace ondarix::test {
 namespace {
 
-constexpr int kReadyMs = 2 * kPatienceMs;
-constexpr int kRecorderDelayMs = 200;
+constexpr int kJackReadyMs = 2 * kPatienceMs;
+constexpr int kJackRecorderDelayMs = 200;
 constexpr int kRecorderTries = 3;
 constexpr const char* kSharedMemory = "/dev/shm";
 
@@ -85,7 +85,7 @@ bool JackServer::Start() {
                              ports,
                              QStringLiteral("-m")};
     const bool started = server_.Start(environment_, QStringLiteral("jackd"), arguments);
-    return started && WaitUntil(kReadyMs, [&] {
+    return started && WaitUntil(kJackReadyMs, [&] {
                return server_.IsRunning() &&
                       Tool(QStringLiteral("jack_lsp"), {})
                           .text.contains(QStringLiteral("system:playback_%1").arg(channels_));
@@ -154,7 +154,7 @@ bool JackServer::StartRecording(const QString& wavPath, int channels) {
 
 std::vector<float> JackServer::StopRecording() {
     // What was played last is still on its way to the recorder, which drops what it has not got.
-    std::this_thread::sleep_for(std::chrono::milliseconds(kRecorderDelayMs));
+    std::this_thread::sleep_for(std::chrono::milliseconds(kJackRecorderDelayMs));
     recorder_.Stop(SIGINT);
     return ReadFloatWav(recording_);
 }

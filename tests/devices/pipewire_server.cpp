@@ -4,8 +4,8 @@
 namespace ondarix::test {
 namespace {
 
-constexpr int kReadyMs = 10'000;
-constexpr int kRecorderDelayMs = 200;
+constexpr int kPipeWireReadyMs = 10'000;
+constexpr int kPipeWireRecorderDelayMs = 200;
 // Of a message bus without any service that could be started by a name.
 constexpr const char* kBus =
     "<busconfig><type>session</type><listen>unix:path=%1/bus</listen><policy context=\"default\">"
@@ -40,19 +40,19 @@ bool PipeWireServer::Start() {
         if (!bus_.Start(environment_, QStringLiteral("dbus-daemon"),
                         {QStringLiteral("--config-file=") + config.fileName(), QStringLiteral("--nofork"),
                          QStringLiteral("--nopidfile")}) ||
-            !WaitUntil(kReadyMs, [&] { return QFile::exists(path + QStringLiteral("/bus")); }))
+            !WaitUntil(kPipeWireReadyMs, [&] { return QFile::exists(path + QStringLiteral("/bus")); }))
             return false;
     }
     return server_.Start(environment_, QStringLiteral("pipewire"), {},
                          path + QStringLiteral("/pipewire.log")) &&
-           WaitUntil(kReadyMs,
+           WaitUntil(kPipeWireReadyMs,
                      [&] {
                          return Tool(QStringLiteral("pw-cli"), {QStringLiteral("info"), QStringLiteral("0")})
                                     .status == 0;
                      }) &&
            manager_.Start(environment_, QStringLiteral("wireplumber"), {},
                           path + QStringLiteral("/wireplumber.log")) &&
-           AddSink(QStringLiteral("out"), QStringLiteral("Test Output")) && WaitUntil(kReadyMs, [&] {
+           AddSink(QStringLiteral("out"), QStringLiteral("Test Output")) && WaitUntil(kPipeWireReadyMs, [&] {
                return Tool(QStringLiteral("pw-metadata"), {})
                    .text.contains(QStringLiteral("default.audio.sink"));
            });
@@ -79,7 +79,7 @@ bool PipeWireServer::AddSink(const QString& name, const QString& description, in
             .arg(name, description, positions.join(QLatin1Char(' ')));
     const auto made = Tool(QStringLiteral("pw-cli"),
                            {QStringLiteral("create-node"), QStringLiteral("adapter"), properties});
-    return made.status == 0 && WaitUntil(kReadyMs, [&] {
+    return made.status == 0 && WaitUntil(kPipeWireReadyMs, [&] {
                return Tool(QStringLiteral("pw-link"), {QStringLiteral("-i")}).text.contains(name + u':');
            });
 }
@@ -109,7 +109,8 @@ bool PipeWireServer::StartRecording(const QString& wavPath, const QString& sink,
                                    QStringLiteral("--format"),
                                    QStringLiteral("f32"),
                                    wavPath};
-    return recorder_.Start(environment_, QStringLiteral("pw-record"), arguments) && WaitUntil(kReadyMs, [&] {
+    return recorder_.Start(environment_, QStringLiteral("pw-record"), arguments) &&
+           WaitUntil(kPipeWireReadyMs, [&] {
                const QString links = Tool(QStringLiteral("pw-link"), {QStringLiteral("-l")}).text;
                return links.contains(QStringLiteral("|-> recorder:")) && QFile(wavPath).size() > 8192;
            });
@@ -117,7 +118,7 @@ bool PipeWireServer::StartRecording(const QString& wavPath, const QString& sink,
 
 std::vector<float> PipeWireServer::StopRecording() {
     // What was played last is still on its way to the recorder, which drops what it has not got.
-    std::this_thread::sleep_for(std::chrono::milliseconds(kRecorderDelayMs));
+    std::this_thread::sleep_for(std::chrono::milliseconds(kPipeWireRecorderDelayMs));
     recorder_.Stop(SIGINT);
     return ReadFloatWav(recording_);
 }

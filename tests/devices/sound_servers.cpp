@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kStopMs = 3000;
 constexpr int kCommandMs = kPatienceMs;
-constexpr int kReadyMs = kPatienceMs;
+constexpr int kPulseReadyMs = kPatienceMs;
 
 QProcessEnvironment With(const LEnvironment& variables) {
     QProcessEnvironment all = QProcessEnvironment::systemEnvironment();
@@ -151,7 +151,7 @@ bool LPulseServer::Start(const QStringList& sinks) {
     own.pop_back();  // or it thinks that it is to be a client
     return LHelperProcess::Start(QStringLiteral("pulseaudio"), arguments, own,
                                  Path(QStringLiteral("server.log"))) &&
-           WaitUntil([this] { return !Control({QStringLiteral("info")}).isEmpty(); }, kReadyMs);
+           WaitUntil([this] { return !Control({QStringLiteral("info")}).isEmpty(); }, kPulseReadyMs);
 }
 
 bool LPulseRecorder::Start(const QString& source, int rate, int channels, const QString& channelMap) {
@@ -175,7 +175,7 @@ bool LPulseRecorder::Start(const QString& source, int rate, int channels, const 
                                          QStringLiteral("source-outputs")})
                                .isEmpty();
                },
-               kReadyMs);
+               kPulseReadyMs);
 }
 
 int64_t LPulseRecorder::Frames() const {

@@ -11,7 +11,7 @@
 namespace ondarix::test {
 namespace {
 
-std::vector<float> RandomSamples(size_t count, uint32_t seed, float level) {
+std::vector<float> NoiseSamples(size_t count, uint32_t seed, float level) {
     std::mt19937 random(seed);
     std::uniform_real_distribution<float> value(-level, level);
     std::vector<float> samples(count);
@@ -20,7 +20,7 @@ std::vector<float> RandomSamples(size_t count, uint32_t seed, float level) {
 }
 
 TEST(CorrelationTest, AgreesWithTheFormulaAndFindsThePlace) {
-    std::vector<float> signal = RandomSamples(1500, 1, 0.5f);
+    std::vector<float> signal = NoiseSamples(1500, 1, 0.5f);
     std::fill(signal.begin() + 900, signal.begin() + 1200, 0.0f);
     std::vector<float> pattern(signal.begin() + 400, signal.begin() + 605);
     for (float& one : pattern) one *= -0.3f;
@@ -54,7 +54,7 @@ TEST(CorrelationTest, TheNearestOfThePeaksThatAreAsGood) {
 
 TEST(OnsetTest, FindsWhereThingsBeginAndNothingInNoise) {
     for (const int rate : {8000, 44100, 192000}) {
-        std::vector<float> sound = RandomSamples(static_cast<size_t>(3 * rate), 5, 0.01f);
+        std::vector<float> sound = NoiseSamples(static_cast<size_t>(3 * rate), 5, 0.01f);
         EXPECT_TRUE(FindOnsets(sound, rate).empty()) << rate;
         std::vector<int64_t> begins;
         for (const double second : {0.31, 0.9, 1.503, 2.2}) {

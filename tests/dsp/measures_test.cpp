@@ -12,10 +12,10 @@
 namespace ondarix {
 namespace {
 
-using Samples = std::vector<float>;
+using MeasuredSamples = std::vector<float>;
 
 struct Sound {
-    Samples samples;
+    MeasuredSamples samples;
     int rate, channels;
     int64_t Frames() const { return static_cast<int64_t>(samples.size()) / channels; }
     double At(int64_t frame, int channel) const {
@@ -68,7 +68,7 @@ double Db(double meanSquare) { return std::round(10 * std::log10(meanSquare)); }
 double Linear(double db) { return std::pow(10.0, db / 20); }
 
 TEST(PeakMeasure, FindsTheLargestMagnitudeAndItsPlace) {
-    Sound sound{Samples(50'000), 44100, 2};
+    Sound sound{MeasuredSamples(50'000), 44100, 2};
     sound.samples[30'001] = -0.75f;
     sound.samples[40'000] = 0.75f;
     for (const int64_t piece : {1, 999, 8192, 25'000}) {
@@ -77,7 +77,7 @@ TEST(PeakMeasure, FindsTheLargestMagnitudeAndItsPlace) {
         EXPECT_EQ(measure.PeakFrame(), 15'000);
     }
     LPeakMeasure silent(2);
-    EXPECT_EQ(Fed(silent, {Samples(1000), 44100, 2}), 0);
+    EXPECT_EQ(Fed(silent, {MeasuredSamples(1000), 44100, 2}), 0);
     EXPECT_EQ(silent.PeakFrame(), -1);
 }
 
@@ -89,7 +89,7 @@ TEST(RmsMeasure, IsTheMeanSquareInWholeDecibels) {
     LRmsMeasure sine(1);
     EXPECT_NEAR(Fed(sine, SineSound(100, 0.5, 44100, 1, 1)), Linear(-9), 1e-12) << "-9.03 dB";
     LRmsMeasure silent(2), nothing(2);
-    EXPECT_EQ(Fed(silent, {Samples(1000), 44100, 2}), 0);
+    EXPECT_EQ(Fed(silent, {MeasuredSamples(1000), 44100, 2}), 0);
     EXPECT_TRUE(std::isnan(nothing.Finish()));
 }
 
@@ -115,13 +115,13 @@ TEST(LoudWindowsMeasure, TakesTheLevelAtThePercentile) {
 TEST(LoudWindowsMeasure, CountsFrom48DecibelsBelowTo9Above) {
     const auto level = [](float value) {
         LLoudWindowsMeasure measure(1, 100, 95);
-        return Fed(measure, {Samples(1050, value), 44100, 1});
+        return Fed(measure, {MeasuredSamples(1050, value), 44100, 1});
     };
     EXPECT_TRUE(std::isnan(level(static_cast<float>(Linear(-48.6)))));
     EXPECT_NEAR(level(static_cast<float>(Linear(-48.4))), Linear(-48), 1e-12);
     EXPECT_NEAR(level(100.0f), Linear(9), 1e-12);
     LLoudWindowsMeasure part(1, 1000, 95);
-    EXPECT_NEAR(Fed(part, {Samples(10, 0.1f), 44100, 1}), 0.1, 1e-12) << "a part of a window counts";
+    EXPECT_NEAR(Fed(part, {MeasuredSamples(10, 0.1f), 44100, 1}), 0.1, 1e-12) << "a part of a window counts";
 }
 
 TEST(PerceivedMeasure, HearsThroughItsFilters) {
@@ -142,7 +142,7 @@ TEST(PerceivedMeasure, HearsThroughItsFilters) {
 TEST(PeakingFilter, SharesItsHistoryBetweenTheChannels) {
     for (const int channels : {1, 2, 3}) {
         Sound sound = NoiseSound(44100, channels, 0.2);
-        const Samples in = sound.samples;
+        const MeasuredSamples in = sound.samples;
         const double gainDb = -6, hz = 700, q = 2;
         const double a = std::pow(10.0, gainDb / 40), w = 2 * std::numbers::pi * hz / 44100;
         const double alpha = std::sin(w) / (2 * q);
@@ -223,9 +223,9 @@ TEST(RunningGateMeasure, IsTheGateAsItIsWrittenDown) {
 
 TEST(RunningGateMeasure, AtItsEdges) {
     LRunningGateMeasure silent(44100, 2, 17640), brief(44100, 2, 17640), noFrames(1, 1, 0);
-    EXPECT_EQ(Fed(silent, {Samples(200'000), 44100, 2}), 0);
+    EXPECT_EQ(Fed(silent, {MeasuredSamples(200'000), 44100, 2}), 0);
     EXPECT_EQ(Fed(brief, SineSound(440, 0.5, 44100, 2, 0.39)), 0) << "no block has ended";
-    EXPECT_NEAR(Fed(noFrames, {Samples(5, 0.1f), 1, 1}), 0.7071, 1e-9) << "a block without frames";
+    EXPECT_NEAR(Fed(noFrames, {MeasuredSamples(5, 0.1f), 1, 1}), 0.7071, 1e-9) << "a block without frames";
     LRunningGateMeasure soft(48000, 1, 19200);
     EXPECT_EQ(Fed(soft, SineSound(1000, 0.0003, 48000, 1, 2)), 0) << "below the absolute gate";
 }

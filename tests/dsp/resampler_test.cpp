@@ -96,8 +96,6 @@ constexpr RatePair kPairs[] = {
     {22050, 384000}, {44100, 8000},  {192000, 4001}, {6007, 1999},
 };
 
-}  // namespace
-
 class EveryRatePair : public ::testing::TestWithParam<RatePair> {};
 INSTANTIATE_TEST_SUITE_P(Resampler, EveryRatePair, ::testing::ValuesIn(kPairs));
 
@@ -248,4 +246,5 @@ TEST(Resampler, ScalesLengthsExactly) {
     }
 }
 
+}  // namespace
 }  // namespace ondarix

@@ -45,7 +45,7 @@ float Noise(int64_t frame, int channel) {
     return static_cast<float>(static_cast<int64_t>(x * 0xBF58476D1CE4E5B9u >> 40) - (1 << 23)) / (1 << 24);
 }
 
-Wave Sine(double hertz, double rate) {
+Wave StretchSine(double hertz, double rate) {
     return [=](int64_t n, int) {
         return static_cast<float>(0.5 *
                                   std::sin(2 * std::numbers::pi * hertz * static_cast<double>(n) / rate));
@@ -69,7 +69,7 @@ class StretchOfSine : public testing::TestWithParam<std::tuple<double, double, i
 
 TEST_P(StretchOfSine, KeepsPitchAndLevel) {
     const auto [speed, hertz, rate] = GetParam();
-    const Stretched stretched{rate, 1, speed, Sine(hertz, rate)};
+    const Stretched stretched{rate, 1, speed, StretchSine(hertz, rate)};
     const std::vector<float> out = stretched.All();
     EXPECT_NEAR(Frequency(out, rate), hertz, hertz * 0.001);
     // Level over stretches of two periods at least.
@@ -129,7 +129,7 @@ TEST(TimeStretch, FollowsTheSoundOverItsWholeLength) {
 
 TEST(TimeStretch, ChannelsStayTogether) {
     // The second channel is the first one inverted: their sum has nothing to compare.
-    const Wave opposite = [wave = Sine(330, 48000)](int64_t n, int c) {
+    const Wave opposite = [wave = StretchSine(330, 48000)](int64_t n, int c) {
         return c == 0 ? wave(n, 0) : -wave(n, 0);
     };
     const std::vector<float> out = Stretched{48000, 2, 0.5, opposite}.All();
@@ -164,7 +164,7 @@ TEST(TimeStretch, AnyBlockSizeGivesTheSameAndTheBeginningIsTheSounds) {
 
 // From a place in the middle the sound of that place is heard, and what does not fit is finite.
 TEST(TimeStretch, BeginsAnywhereAndTakesAnything) {
-    const Stretched stretched{48000, 1, 2.0, Sine(1000, 48000)};
+    const Stretched stretched{48000, 1, 2.0, StretchSine(1000, 48000)};
     LTimeStretch stretch = stretched.Make();
     std::vector<float> block(1152);
     stretch.Produce(block.data(), 1152 * 20, 1152);

@@ -9,7 +9,7 @@
 namespace ondarix::test {
 namespace {
 
-constexpr LSoundFormat kStereo{44100, 2};
+constexpr LSoundFormat kTwoChannels{44100, 2};
 
 TEST_F(MixTest, PasteMixAddsTheClipWithVolumeAndPanAndReachesPastTheEnd) {
     const std::vector<float> base = Noise(20000, 2, 1), clip = Noise(9000, 2, 2);
@@ -17,8 +17,8 @@ TEST_F(MixTest, PasteMixAddsTheClipWithVolumeAndPanAndReachesPastTheEnd) {
     SetSettingInt(40, "MixBasic", "Pan");
     RegisterMixing();
     LClipboardStore clipboard;
-    clipboard.StoreClip(Write(clip, kStereo), "clip", 0, 0, true);
-    LSoundDocumentRef document = Open(base, kStereo);
+    clipboard.StoreClip(Write(clip, kTwoChannels), "clip", 0, 0, true);
+    LSoundDocumentRef document = Open(base, kTwoChannels);
     Mark(*document, {10, 17000, 19999});
     document->Select(17000, 17000);
     ASSERT_EQ(PasteMix(*document, host_, clipboard), JobResult::kSuccess);
@@ -94,7 +94,7 @@ TEST_F(MixTest, RefusesWhatCannotBeMixed) {
 }
 
 TEST_F(MixTest, CancelledAtAnyBlockItLeavesNothing) {
-    LSoundDocumentRef document = Open(Noise(60000, 2, 1), kStereo);
+    LSoundDocumentRef document = Open(Noise(60000, 2, 1), kTwoChannels);
     const LSound clip = Write(Noise(50000, 1, 2));
     ExpectCancelLeavesNothing(document, [&](LEditHost& host, LApplied done) {
         MixClip(document, host, clip, {}, "Paste Mix", std::move(done));
