@@ -30,6 +30,7 @@ struct LSwitchWalk {
     const QStringList& arguments;
     qsizetype next = 0;
     bool ended = false;
+    bool commanded = false;  // a command has run, and may have begun a job
     QString listener;
     int code = LCommandLineProcessor::kSuccess;
     QString reply;
@@ -39,6 +40,8 @@ struct LSwitchWalk {
 };
 
 // --- What each switch does
+
+void SaveSwitch(LSwitchWalk& walk) { walk.frame.SaveActive(); }
 
 void SaveAsSwitch(LSwitchWalk& walk) {
     const QString path = walk.Take();
@@ -159,7 +162,8 @@ void CommandSwitch(LSwitchWalk& walk) {
         walk.reply =
             ran ? PlainText(*row) : QStringLiteral("\"%1\" is not available now.").arg(PlainText(*row));
     }
-    walk.ended = walk.code != LCommandLineProcessor::kSuccess;
+    walk.commanded = walk.code == LCommandLineProcessor::kSuccess;
+    walk.ended = !walk.commanded;
 }
 
 void OpenPath(LSwitchWalk& walk, const QString& path) {
@@ -189,7 +193,7 @@ struct SwitchRow {
 };
 constexpr SwitchRow kSwitches[] = {
     {"-block", Takes::kNothing, Window::kUntouched, [](LSwitchWalk&) {}},
-    {"-save", Takes::kNothing, Window::kForward, [](LSwitchWalk& walk) { walk.frame.SaveActive(); }},
+    {"-save", Takes::kNothing, Window::kForward, SaveSwitch},
     {"-saveas", Takes::kPath, Window::kForward, SaveAsSwitch},
     {"-close", Takes::kNothing, Window::kMustAccept,
      [](LSwitchWalk& walk) { walk.frame.HideToBackground(); }},
@@ -218,13 +222,20 @@ const SwitchRow* SwitchOf(const QString& argument) {
 }
 
 int RunSwitches(LFrameActions& frame, const QStringList& arguments, QString& reply) {
-    LSwitchWalk walk{frame, arguments, 0, false, {}, LCommandLineProcessor::kSuccess, {}};
+    LSwitchWalk walk{frame, arguments, 0, false, false, {}, LCommandLineProcessor::kSuccess, {}};
     while (walk.HasNext() && !walk.ended) {
         const QString argument = walk.Take();
         const SwitchRow* row = SwitchOf(argument);
         const Window window = row ? row->window : Window::kForward;
         if (window != Window::kUntouched && !frame.CanAcceptWork()) {
             if (row && row->run == CommandSwitch) walk.code = LCommandLineProcessor::kNotNow;
+            break;
+        }
+        // What stands here is meant for the result of what is still computed.
+        const bool saves = row && (row->run == SaveSwitch || row->run == SaveAsSwitch);
+        if (window != Window::kUntouched && (saves || walk.commanded) && !frame.WaitForJob()) {
+            walk.code = LCommandLineProcessor::kNotNow;
+            walk.reply = QStringLiteral("The job before \"%1\" did not end well.").arg(argument);
             break;
         }
         if (window == Window::kForward) frame.BringForward();

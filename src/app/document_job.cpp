@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/document_job.h"
 
+#include <QEventLoop>
 #include <algorithm>
 #include <utility>
 
@@ -218,6 +219,24 @@ void LDocumentJobs::Finish(LDocumentJob& job, JobResult result) {
     const QPointer<LDocumentJobs> self(this);
     if (finish) finish(result);
     if (self) owner_.BusyChanged(document);
+    if (self) Q_EMIT Finished(&document, result == JobResult::kSuccess);
+}
+
+bool LDocumentJobs::Wait(const LSoundDocument& document) {
+    bool well = true;
+    QPointer<LDocumentJobs> self(this);
+    while (well && self && Find(document)) {
+        QEventLoop loop;
+        well = false;
+        connect(this, &LDocumentJobs::Finished, &loop, [&](const LSoundDocument* ended, bool successfully) {
+            if (ended != &document) return;
+            well = successfully;
+            loop.quit();
+        });
+        connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+    return well;
 }
 
 // The icon shows the job that has the longest way to go.

@@ -136,6 +136,12 @@ class LDocumentJobs final : public QObject {
     // At once: the work has returned, `finish` been called with kCancelled and the document is free.
     void Cancel(const LSoundDocument& document);
     void CancelAll();
+    // Returns when the document is free, with a loop of its own meanwhile. Whether all went well. The
+    // document must outlive the call.
+    bool Wait(const LSoundDocument& document);
+
+  Q_SIGNALS:
+    void Finished(const ondarix::LSoundDocument* document, bool successfully);
 
   private:
     LDocumentJob* Find(const LSoundDocument& document) const;

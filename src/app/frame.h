@@ -47,6 +47,7 @@ class LMainFrame final : public QMainWindow,
     void AfterStartup();
     // Every command goes through here, by its number. False: not available now, or ended by a helper.
     bool RunCommand(int id) override;
+    bool WaitForJob() override;
     // Whether the command's needs are met.
     bool IsAvailable(int id) override;
     // Offered every command first; true ends its way.

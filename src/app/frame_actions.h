@@ -51,6 +51,9 @@ class LFrameActions {
     // A command by its number; false: it cannot run now. Without a frame's commands nothing can.
     virtual bool RunCommand(int) { return false; }
     virtual bool IsAvailable(int) { return false; }
+    // Waits, with a window that goes on working, until the job of the active sound has ended. False: it was
+    // cancelled or failed, or the program ends.
+    virtual bool WaitForJob() { return true; }
     // Listeners of the automation interface; a name already there is not added again.
     virtual void AddListener(const QString& name) = 0;
 };

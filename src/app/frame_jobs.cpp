@@ -37,6 +37,13 @@ bool LMainFrame::RefuseWhileBusy(const LSoundDocument& document) {
     return document.isBusy;
 }
 
+bool LMainFrame::WaitForJob() {
+    LSoundWindow* sound = ActiveSound();
+    if (!sound) return true;
+    const LSoundDocumentRef document(&sound->Document());
+    return jobs_->Wait(*document) && !closing_;
+}
+
 bool LMainFrame::MayEndJob(const LSoundDocument& document) {
     if (!document.isBusy) return true;
     enum { kStop, kCancel };

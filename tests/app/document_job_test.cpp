@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <atomic>
 
+#include "app/command_line_processor.h"
 #include "app/progress_dialog.h"
 #include "app/waiting.h"
 #include "app/window_fixture.h"
@@ -296,6 +297,27 @@ TEST_F(DocumentJobTest, TheForcedEndStopsAllJobs) {
         EXPECT_EQ(gate.use_count(), 2);  // here and there
     }
     EXPECT_TRUE(messages->asked.isEmpty());
+}
+
+TEST_F(DocumentJobTest, SwitchesThatSaveWaitForTheJob) {
+    LSoundWindow* window = Open(MakeWav("tone.wav"));
+    LCommandLineProcessor processor(*frame);
+    QString reply;
+    for (const bool isCancelled : {false, true}) {
+        auto gate = Begin(*window);
+        QTimer::singleShot(300, window, [&] {
+            EXPECT_FALSE(QFile::exists(In("out.wav")));
+            if (isCancelled)
+                Panel(*window)->findChild<QPushButton*>("jobCancel")->click();
+            else
+                gate->open = true;
+        });
+        const int code = processor.Process({"ondarix", "-saveas", In("out.wav")}, reply);
+        EXPECT_EQ(code, isCancelled ? LCommandLineProcessor::kNotNow : LCommandLineProcessor::kSuccess);
+        EXPECT_EQ(gate->finished, 1);
+        EXPECT_EQ(QFile::exists(In("out.wav")), !isCancelled) << "what was cancelled was to be saved";
+        QFile::remove(In("out.wav"));
+    }
 }
 
 TEST_F(DocumentJobTest, AFrameThatGoesTakesItsJobsAlong) {

@@ -201,5 +201,20 @@ TEST_F(XEditing, SelectCutPasteUndoMarkDragExportAndSave) {
     EXPECT_TRUE(QFile::exists(In("speech.wav.odxm"))) << "the bookmark is kept beside the file";
 }
 
+// Each effect works in the background; what follows it is meant for its result.
+TEST_F(XEditing, EffectsAndSavingInOneRequestFollowEachOther) {
+    editor = std::make_unique<LDrivenEditor>(display, QStringList{In("speech.wav")});
+    Await([](const QJsonObject& f) { return !f.isEmpty(); });
+    const QByteArray before = Raw(In("speech.wav")), reversed = Raw(In("speech.wav"), {"reverse"});
+    ASSERT_NE(before, reversed);
+    const LAutomationReply answer =
+        editor->Tell({"-command", "Reverse", "-command", "Reverse", "-command", "Reverse", "-save"});
+    EXPECT_EQ(answer.code, 0) << answer.text.toStdString();
+    EXPECT_EQ(Raw(In("speech.wav")), reversed);
+    EXPECT_EQ(editor->Tell({"-command", "Reverse"}).code, 0);
+    EXPECT_EQ(editor->Tell({"-save"}).code, 0);
+    EXPECT_EQ(Raw(In("speech.wav")), before) << "in a request of its own too";
+}
+
 }  // namespace
 }  // namespace ondarix
