@@ -70,7 +70,7 @@ void RunCrossfadeOther(LCommandCall& call) {
     if (!context) return;
     QList<LSoundWindow*> others;
     for (LSoundWindow* window : call.frame.Sounds())
-        if (window != call.sound && !window->Document().Edited().IsEmpty()) others.append(window);
+        if (window != call.sound && window->Document().Edited().Length() > 0) others.append(window);
     if (others.isEmpty())
         return call.Host().Messages().Tell(
             QStringLiteral("Crossfade to Other Clip"),
@@ -128,8 +128,7 @@ QString AskMixFile(QWidget* owner, const QString& title) {
     dialog.setNameFilters(filters);
     if (dialog.exec() != QDialog::Accepted) return {};
     const QString path = dialog.selectedFiles().value(0);
-    if (!path.isEmpty())
-        SetSettingString(kMixFolderSection, kMixFolderName, QFileInfo(path).absolutePath());
+    if (!path.isEmpty()) SetSettingString(kMixFolderSection, kMixFolderName, QFileInfo(path).absolutePath());
     return path;
 }
 

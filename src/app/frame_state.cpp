@@ -21,6 +21,14 @@ namespace {
 constexpr int kRecentOutsideMore = 5;
 constexpr int kHintMs = 4000;
 
+// A file without a frame leaves a list of segments all the same. Asked often, so without the sum of a long
+// one.
+bool HasFrames(const LSound& sound) {
+    const LSoundSegment* segment = sound.segments.get();
+    while (segment && segment->length == 0) segment = segment->next.get();
+    return segment;
+}
+
 bool HasRegions(LMainFrame& frame) {
     for (LSoundWindow* window : frame.Sounds())
         if (!window->Document().regions.empty()) return true;
@@ -62,7 +70,7 @@ bool LMainFrame::MeetsNeed(LNeed need, int id) {
         case LNeed::kSound:
             return document;
         case LNeed::kContent:
-            return document && !document->sound.IsEmpty();
+            return document && HasFrames(document->sound);
         case LNeed::kSelection:
             return document && document->HasSelection();
         case LNeed::kClip:

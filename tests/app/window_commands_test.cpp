@@ -109,6 +109,15 @@ TEST_F(CommandWindowTest, CommandsThatNeedNoSoundRunWithoutOne) {
     EXPECT_GE(closer.Closed(), 4) << "new, open, options, keys and about ask";
 }
 
+TEST_F(CommandWindowTest, AFileWithoutAFrameHasNoContent) {
+    Sox({"-n", "-r", "44100", "-b", "16", In("empty.wav"), "trim", "0", "0"});
+    ASSERT_TRUE(Open(In("empty.wav")));
+    for (const LCommandRow& row : CommandTable()) {
+        if (row.need != LNeed::kContent) continue;
+        EXPECT_FALSE(frame->IsAvailable(row.id)) << row.text;
+    }
+}
+
 TEST_F(CommandWindowTest, UndoAndRedoNameTheirStepAndSayWhenThereIsNone) {
     LSoundWindow* window = OpenTone();
     const auto text = [&](int id) { return frame->ActionOf(id)->text().remove(QLatin1Char('&')); };
@@ -266,7 +275,7 @@ TEST_F(CommandWindowTest, AutomationRunsAndListsCommands) {
     EXPECT_EQ(Ask({"-command", "Cut", "-saveas", In("no.wav")}, reply), LCommandLineProcessor::kNotNow);
     EXPECT_FALSE(QFile::exists(In("no.wav"))) << "meant for the result of a command that did not run";
     EXPECT_EQ(Ask({"-command"}, reply), LCommandLineProcessor::kNoData);
-    for (const char* unknown : {"4711", "No Such Thing", "65535", "4001", "Amplify", "Effects > Amplify"})
+    for (const char* unknown : {"4711", "No Such Thing", "65535", "4005", "Reverb", "Effects > Reverb"})
         EXPECT_EQ(Ask({"-command", unknown}, reply), LCommandLineProcessor::kNoCommand) << unknown;
 
     EXPECT_EQ(Ask({"-commands"}, reply), LCommandLineProcessor::kSuccess);
