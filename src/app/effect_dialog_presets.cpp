@@ -17,6 +17,8 @@ void LEffectDialog::BuildPresets(QVBoxLayout* layout) {
     presets_->setObjectName(QStringLiteral("presets"));
     presets_->setAccessibleName(QStringLiteral("Preset"));
     presets_->setPlaceholderText(QStringLiteral("Custom"));
+    // Names may be long.
+    presets_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     presets_->setMinimumContentsLength(18);
     label->setBuddy(presets_);
     auto* save = new QPushButton(QStringLiteral("&Save Preset..."), this);

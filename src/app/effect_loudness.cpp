@@ -19,6 +19,7 @@ namespace ondarix {
 namespace {
 
 constexpr const char* kLoudnessTitle = "Loudness (ITU-R BS.1770-4)";
+constexpr int kLeastLoudnessWidth = 340;  // for the title
 
 struct LFigure {
     QString id, name, value;
@@ -42,6 +43,7 @@ void ShowFigures(QWidget* owner, const QString& about, const LLoudness& loudness
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setObjectName(QStringLiteral("loudnessDialog"));
     dialog->setWindowTitle(QLatin1String(kLoudnessTitle));
+    dialog->setMinimumWidth(kLeastLoudnessWidth);
     auto* layout = new QVBoxLayout(dialog);
     auto* title = new QLabel(about, dialog);
     title->setTextFormat(Qt::PlainText);

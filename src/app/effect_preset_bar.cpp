@@ -18,6 +18,8 @@ LEffectPresetBar::LEffectPresetBar(LEditHost& host, QWidget* parent) : QWidget(p
     presets_->setObjectName(QStringLiteral("presets"));
     presets_->setAccessibleName(QStringLiteral("Preset"));
     presets_->setPlaceholderText(QStringLiteral("Custom"));
+    // Names may be long.
+    presets_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     presets_->setMinimumContentsLength(14);
     label->setBuddy(presets_);
     const auto button = [this](const char* icon, const char* text, const char* name) {

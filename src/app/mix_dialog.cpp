@@ -65,11 +65,11 @@ LBackgroundDialog::LBackgroundDialog(LEffectContext context, const QString& titl
     Complete();
 }
 
-QFormLayout* LBackgroundDialog::Group(const QString& title) {
+QFormLayout* LBackgroundDialog::Group(const QString& title, QBoxLayout& layout) {
     auto* box = new QGroupBox(title, this);
     auto* form = new QFormLayout(box);
     form->setFieldGrowthPolicy(QFormLayout::AllNonFixedFieldsGrow);
-    Body()->addWidget(box);
+    layout.addWidget(box);
     return form;
 }
 
@@ -101,7 +101,7 @@ void LBackgroundDialog::AddRow(QFormLayout& form, const char* id, const QString&
 }
 
 void LBackgroundDialog::BuildLevels() {
-    QFormLayout* levels = Group(QStringLiteral("Level of the music"));
+    QFormLayout* levels = Group(QStringLiteral("Level of the music"), *Body());
     AddRow(*levels, "fixed", {});
     AddRow(*levels, "volume", QStringLiteral("&Volume:"));
     AddRow(*levels, "duck", {});
@@ -109,11 +109,14 @@ void LBackgroundDialog::BuildLevels() {
 }
 
 void LBackgroundDialog::BuildLeads() {
-    QFormLayout* in = Group(QStringLiteral("Before the voice"));
+    // Side by side: low enough for small screens.
+    auto* leads = new QHBoxLayout;
+    Body()->addLayout(leads);
+    QFormLayout* in = Group(QStringLiteral("Before the voice"), *leads);
     AddRow(*in, "lead-in", QStringLiteral("Lead &in:"));
     AddRow(*in, "lead-in-time", QStringLiteral("Ti&me:"));
     AddRow(*in, "lead-in-volume", QStringLiteral("Volum&e:"));
-    QFormLayout* out = Group(QStringLiteral("After the voice"));
+    QFormLayout* out = Group(QStringLiteral("After the voice"), *leads);
     AddRow(*out, "lead-out", QStringLiteral("Lead o&ut:"));
     AddRow(*out, "lead-out-time", QStringLiteral("Time o&r total time:"));
     AddRow(*out, "lead-out-volume", QStringLiteral("Vo&lume:"));

@@ -34,7 +34,7 @@ class LBackgroundDialog final : public LEffectDialog {
     void ShowPlan();
     // False: the settings have no plan, and why.
     bool Plan(LBackgroundPlan& plan, QString& fault) const;
-    QFormLayout* Group(const QString& title);
+    QFormLayout* Group(const QString& title, QBoxLayout& layout);
 
     struct LRow {
         QFormLayout* form = nullptr;
