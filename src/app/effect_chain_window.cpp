@@ -15,6 +15,7 @@
 #include "app/effect_dialogs.h"
 #include "app/frame_handlers.h"
 #include "app/theme.h"
+#include "app/window_messages.h"
 #include "effects/chain_file.h"
 #include "effects/stored_values.h"
 #include "gen/settings.h"
@@ -289,6 +290,7 @@ void LEffectChainWindow::OpenChosen() {
         row && row->make && (row->flags & kEffectOwnDialog) ? LEffectContext::Of(call) : std::nullopt;
     if (!context) return values_->FocusFirst();
     if (preview_) preview_->Stop();
+    const LKeepsWindowActive active;
     const auto dialog = MakeEffectDialog(std::move(*context), *row, effect->Clone());
     if (auto* buttons = dialog->findChild<QDialogButtonBox*>())
         buttons->button(QDialogButtonBox::Ok)->setText(QStringLiteral("&OK"));

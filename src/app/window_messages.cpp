@@ -1,13 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "app/window_messages.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QMessageBox>
 #include <QPushButton>
 
 namespace ondarix {
 
+LKeepsWindowActive::LKeepsWindowActive() : window_(QApplication::activeWindow()) {}
+
+LKeepsWindowActive::~LKeepsWindowActive() {
+    if (window_ && window_->isVisible()) window_->activateWindow();
+}
+
 void LWindowMessages::Tell(const QString& title, const QString& text) {
+    const LKeepsWindowActive active;
     QMessageBox box(QMessageBox::Information, title, text, QMessageBox::Ok, parent_);
     box.setTextFormat(Qt::PlainText);
     box.exec();
@@ -15,6 +23,7 @@ void LWindowMessages::Tell(const QString& title, const QString& text) {
 
 int LWindowMessages::Ask(const QString& title, const QString& text, const QStringList& buttons, int safe,
                          const QString& dontAskText, bool* dontAskAgain) {
+    const LKeepsWindowActive active;
     QMessageBox box(QMessageBox::Question, title, text, QMessageBox::NoButton, parent_);
     box.setTextFormat(Qt::PlainText);
     QList<QAbstractButton*> choices;

@@ -7,6 +7,19 @@
 
 namespace ondarix {
 
+// The window that is active now is so again when this goes: after a box or dialog window managers give the
+// keyboard to its parent, which need not be the window that it was asked from. [ui]
+class LKeepsWindowActive {
+  public:
+    LKeepsWindowActive();
+    ~LKeepsWindowActive();
+    LKeepsWindowActive(const LKeepsWindowActive&) = delete;
+    LKeepsWindowActive& operator=(const LKeepsWindowActive&) = delete;
+
+  private:
+    QPointer<QWidget> window_;
+};
+
 // Tells and asks in message boxes over a window. Return and Escape choose the safe answer. [ui]
 class LWindowMessages final : public LMessageHost {
   public:
