@@ -13,9 +13,9 @@ namespace ondarix {
 const LCommandHandler* FindHandler(int id) {
     static const QHash<int, const LCommandHandler*> handlers = [] {
         QHash<int, const LCommandHandler*> all;
-        for (const auto part :
-             {FileHandlers(), EditHandlers(), SelectHandlers(), SplitHandlers(), ControlHandlers(),
-              PlayHandlers(), ViewHandlers(), MarkHandlers(), ToolHandlers(), EffectHandlers(), MixHandlers()})
+        for (const auto part : {FileHandlers(), EditHandlers(), SelectHandlers(), SplitHandlers(),
+                                ControlHandlers(), PlayHandlers(), ViewHandlers(), MarkHandlers(),
+                                ToolHandlers(), EffectHandlers(), MixHandlers()})
             for (const LCommandHandler& handler : part) all.insert(handler.id, &handler);
         return all;
     }();

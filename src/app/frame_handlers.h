@@ -34,7 +34,7 @@ std::span<const LCommandHandler> MarkHandlers();
 std::span<const LCommandHandler> ToolHandlers();
 std::span<const LCommandHandler> EffectHandlers();
 std::span<const LCommandHandler> MixHandlers();  // envelope, crossfades, mixing
-const LCommandHandler* FindHandler(int id);  // null: nothing carries it out
+const LCommandHandler* FindHandler(int id);      // null: nothing carries it out
 
 // Between the first and the second position marked in a sound; empty without both.
 std::optional<LSelection> MarkedRange(const LSoundWindow& sound);
