@@ -65,7 +65,9 @@ def main():
     for entry in json.loads((build / "compile_commands.json").read_text()):
         name = entry["file"]
         if "autogen" in name or "cmake_pch" in name or not ("/src/" in name or "/Unity/" in name):
-            continue  # tests, benchmarks and fuzz targets
+            continue  # benchmarks and fuzz targets
+        if name.startswith(str(ROOT / "tests")) or "/tests/CMakeFiles/" in name:
+            continue
         entry["command"] = plain(entry["command"])
         if "/Unity/" in name:
             entries.append((entry, []))

@@ -73,7 +73,8 @@ int LCrossfadeMenu::GetCurrentPreset() const {
 
 // --- The dialog
 
-LCrossfadeDialog::LCrossfadeDialog(LEffectContext context, LCrossfadeKind kind, QList<LSoundWindow*> others)
+LCrossfadeDialog::LCrossfadeDialog(LEffectContext context, LCrossfadeKind kind,
+                                   const QList<LSoundWindow*>& others)
     : LEffectDialog(WithHelp(std::move(context), kind), QLatin1String(TitleOfKind(kind).name),
                     QLatin1String(TitleOfKind(kind).title)),
       curves_(new LCrossfadePicture(this)) {

@@ -25,7 +25,7 @@ class LCrossfadeMenu final : public LSettingsForm<LCrossfadeMenu, LCrossfadeSett
 class LCrossfadeDialog final : public LEffectDialog {
   public:
     // `others`: what the fade may lead to, of kOther; at least one.
-    LCrossfadeDialog(LEffectContext context, LCrossfadeKind kind, QList<LSoundWindow*> others = {});
+    LCrossfadeDialog(LEffectContext context, LCrossfadeKind kind, const QList<LSoundWindow*>& others = {});
     ~LCrossfadeDialog() override;
 
     // After it was accepted.
@@ -39,7 +39,10 @@ class LCrossfadeDialog final : public LEffectDialog {
     LEffect* PresetEffect() override { return &menu_; }
     void ShowValues() override;
     void StoreValues() override { StoreCrossfade(menu_.params); }
-    void showEvent(QShowEvent* event) override { QDialog::showEvent(event); }  // no picture of the whole
+    // Without the picture of the whole.
+    void showEvent(QShowEvent* event) override {
+        QDialog::showEvent(event);  // NOLINT(bugprone-parent-virtual-call)
+    }
 
   private:
     void BuildOther(const QList<LSoundWindow*>& others);

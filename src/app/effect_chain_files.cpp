@@ -35,7 +35,7 @@ void Ready(QFileDialog& dialog, const char* name) {
 
 QString Ask(QFileDialog& dialog) {
     if (dialog.exec() != QDialog::Accepted) return {};
-    const QString path = dialog.selectedFiles().value(0);
+    QString path = dialog.selectedFiles().value(0);
     SetSettingString(kFolderSection, kFolderName, QFileInfo(path).absolutePath());
     return path;
 }

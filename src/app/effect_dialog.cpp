@@ -120,7 +120,7 @@ void LEffectDialog::BuildButtons(QVBoxLayout* layout) {
     apply_ = buttons->button(QDialogButtonBox::Ok);
     apply_->setText(QStringLiteral("&Apply"));
     apply_->setDefault(true);
-    connect(buttons, &QDialogButtonBox::accepted, this, &LEffectDialog::Accept);
+    connect(buttons, &QDialogButtonBox::accepted, this, &LEffectDialog::Apply);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(buttons);
 }
@@ -145,7 +145,7 @@ void LEffectDialog::ShowRefusal(const QString& text) {
     if (!text.isEmpty()) SayAlert(refusal_);
 }
 
-void LEffectDialog::Accept() {
+void LEffectDialog::Apply() {
     if (const QString reason = Refusal(); !reason.isEmpty()) return ShowRefusal(reason);
     preview_->Stop();
     StoreValues();

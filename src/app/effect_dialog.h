@@ -99,7 +99,7 @@ class LEffectDialog : public QDialog {
     void TogglePlay();
     void ReloadPicture();
     void ShowPreview();
-    void Accept();
+    void Apply();
 
     LEffectContext context_;
     LPreviewSoundRef sound_;

@@ -43,6 +43,12 @@ LNormalizeDialog::LNormalizeDialog(LEffectContext context, const LEffectRow& row
     found_->setObjectName(QStringLiteral("measured"));
     found_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     Body()->addWidget(found_);
+    note_ = new QLabel(
+        QStringLiteral("The level is relative to the method's reference of -23 dB: 0 dB is much louder than "
+                       "a broadcast. For a number of LUFS choose Loudness (ITU-R BS.1770-4)."),
+        this);
+    note_->setWordWrap(true);
+    Body()->addWidget(note_);
     for (LParamControl* control : Controls())
         connect(control, &LParamControl::Changed, this, &LNormalizeDialog::ShowMethod);
     ShowMethod();
@@ -61,6 +67,7 @@ void LNormalizeDialog::ShowMethod() {
             if (control->Param().id == QLatin1String(row.id))
                 static_cast<QFormLayout*>(control->parentWidget()->layout())
                     ->setRowVisible(control, row.counts(method));
+    note_->setVisible(method == LNormalizeMethod::kRunningGate);
     if (IsMeasured())
         Take(measured_);
     else

@@ -23,7 +23,7 @@ class LNormalizeDialog final : public LOneEffectDialog {
     void ShowMethod();
 
     LMeasured measured_;
-    QLabel* found_;
+    QLabel *found_, *note_;
 };
 
 }  // namespace ondarix

@@ -42,7 +42,7 @@ LSoundSourceRef LPreviewSound::Stack(const LEffectList& effects) const {
     return LimitPeaks(WrapInEffects(Open(), Viewed(effects)), kResultPeak);
 }
 
-LPreviewStack StackOfEffects(LPreviewSoundRef sound, LEffectList effects) {
+LPreviewStack StackOfEffects(const LPreviewSoundRef& sound, LEffectList effects) {
     LPreviewStack stack;
     bool measured = false;
     for (const auto& effect : effects) {

@@ -40,7 +40,7 @@ struct LPreviewStack {
     std::function<LSoundSourceRef()> build;
 };
 // The usual one: the effects, which are measured first where they need it.
-LPreviewStack StackOfEffects(LPreviewSoundRef sound, LEffectList effects);
+LPreviewStack StackOfEffects(const LPreviewSoundRef& sound, LEffectList effects);
 
 enum class LPreviewState : uint8_t {
     kStopped,

@@ -59,7 +59,9 @@ void LEnvelopeView::TakeColumns() {
             if (column < 0 || column >= columnCount_) continue;
             LWaveColumn all;
             for (int c = 0; c < batch.channels; ++c) {
-                const LWaveColumn& one = batch.columns[static_cast<size_t>(i * batch.channels + c)];
+                const LWaveColumn& one =
+                    batch.columns[static_cast<size_t>(i) * static_cast<size_t>(batch.channels) +
+                                  static_cast<size_t>(c)];
                 all.top = c == 0 ? one.top : std::max(all.top, one.top);
                 all.bottom = c == 0 ? one.bottom : std::min(all.bottom, one.bottom);
             }
@@ -78,6 +80,7 @@ bool LEnvelopeView::Complete(int ms) {
 void LEnvelopeView::UpdateGains() {
     const LColumnGrid grid{0, curve_.Length(), std::max(1, columnCount_)};
     std::vector<int64_t> frames;
+    frames.reserve(static_cast<size_t>(std::max(0, columnCount_)));
     for (int i = 0; i < columnCount_; ++i) frames.push_back((grid.Edge(i) + grid.Edge(i + 1)) / 2);
     columnGains_ = curve_.Gains(frames);
     update();

@@ -66,7 +66,7 @@ struct LFadeForm {
     int command;
     int fade;  // the command of the plain fade
     const char* title;
-    void (*apply)(LSoundDocumentRef, LEditHost&, uint8_t type, LApplied);  // null: as any effect
+    void (*apply)(const LSoundDocumentRef&, LEditHost&, uint8_t type, LApplied);  // null: as any effect
 };
 constexpr LFadeForm kFadeForms[] = {
     {kCmdFadeIn, kCmdFadeIn, "Fade In", nullptr},

@@ -127,7 +127,7 @@ QString AskMixFile(QWidget* owner, const QString& title) {
     for (const LFileTypeRow& row : OpenSoundFileTypes()) filters.append(QtFilter(row));
     dialog.setNameFilters(filters);
     if (dialog.exec() != QDialog::Accepted) return {};
-    const QString path = dialog.selectedFiles().value(0);
+    QString path = dialog.selectedFiles().value(0);
     if (!path.isEmpty()) SetSettingString(kMixFolderSection, kMixFolderName, QFileInfo(path).absolutePath());
     return path;
 }

@@ -193,7 +193,7 @@ QString LBackgroundDialog::PreviewRefusal() const {
 }
 
 QString LBackgroundDialog::Refusal() const {
-    const QString fault = PreviewRefusal();
+    QString fault = PreviewRefusal();
     if (!fault.isEmpty()) Context().frame.Messages().Tell(QLatin1String(kLeadInTitle), fault);
     return fault;
 }

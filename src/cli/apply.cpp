@@ -116,7 +116,7 @@ QString ReadChains(LApplyPlan& plan) {
     for (const LEffectWords& words : plan.words) {
         plan.chains.emplace_back();
         if (words.row) continue;
-        const QString fault = ReadChain(words.chain, plan.chains.back());
+        QString fault = ReadChain(words.chain, plan.chains.back());
         if (!fault.isEmpty()) return fault;
         for (const auto& effect : plan.chains.back()) {
             if (IsUnknown(*effect))

@@ -17,8 +17,8 @@ bool Is(const QString& word, const LOptionRow& option) { return word == QLatin1S
 
 // The word behind the option at `index`, which is gone past.
 QString TakeValue(const QStringList& words, qsizetype& index, QString& error) {
-    const QString option = words[index];
-    const QString value = ++index < words.size() ? words[index] : QString();
+    const QString& option = words[index];
+    QString value = ++index < words.size() ? words[index] : QString();
     if (value.isEmpty()) error = QString("%1 needs a value").arg(option);
     return value;
 }

@@ -69,7 +69,7 @@ void PrintReport(const QString& path, const LLoudness& loudness, LConsole& conso
 QString MeasureFile(const QString& path, const LLoudnessRange& range, LContext& context,
                     LLoudnessReport& report) {
     QString fault;
-    const LSoundSourceRef source = OpenFile(path, context, fault);
+    LSoundSourceRef source = OpenFile(path, context, fault);
     if (!fault.isEmpty()) return fault;
     const int64_t length = source->GetLength();
     const auto rate = static_cast<int32_t>(source->sampleRate);

@@ -64,6 +64,7 @@ namespace ondarix {
     X(snd_pcm_writei)
 
 struct LAlsaApi {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared
 #define ONDARIX_ALSA_POINTER(name) decltype(&::name) name = nullptr;
     ONDARIX_ALSA_FUNCTIONS(ONDARIX_ALSA_POINTER)
 #undef ONDARIX_ALSA_POINTER

@@ -111,7 +111,7 @@ bool IsPlumbing(const QString& id) {
 
 QString HintText(const LAlsaApi& api, const void* hint, const char* what) {
     char* text = api.snd_device_name_get_hint(hint, what);
-    const QString result = QString::fromUtf8(text);
+    QString result = QString::fromUtf8(text);
     std::free(text);
     return result;
 }

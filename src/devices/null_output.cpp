@@ -90,6 +90,7 @@ constexpr LBackendRow kNullRow = {
     [] { return true; },
     [](LDeviceDirection) { return std::vector<LDeviceInfo>(); },
     [] { return std::unique_ptr<LOutput>(std::make_unique<LNullOutput>()); },
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): the row has it so
     [](std::function<void()>) { return std::unique_ptr<LDeviceWatch>(); },
 };
 

@@ -41,7 +41,8 @@ void LSoundPlayer::SelectDevice(const LDeviceSelection& selection) {
 
 // --- Play and stop
 
-bool LSoundPlayer::Play(LSoundSourceRef source) {
+// A handle of its own: stopping may let go of the one that the caller has.
+bool LSoundPlayer::Play(LSoundSourceRef source) {  // NOLINT(performance-unnecessary-value-param)
     if (starting_) return false;
     starting_ = true;
     Stop();

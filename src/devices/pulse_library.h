@@ -52,6 +52,7 @@ namespace ondarix {
     X(pa_threaded_mainloop_unlock)
 
 struct LPulseApi {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared
 #define ONDARIX_PULSE_POINTER(name) decltype(&::name) name = nullptr;
     ONDARIX_PULSE_FUNCTIONS(ONDARIX_PULSE_POINTER)
 #undef ONDARIX_PULSE_POINTER

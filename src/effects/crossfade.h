@@ -90,13 +90,13 @@ std::pair<LSound, LSound> HalvesOf(const LSound& sound, LSelection range);
 
 // The halves of the selection are laid over each other: what follows moves forward by the overlap. Marks in
 // the first half stay, those behind it go with the sound. kCancelled without a selection of two frames.
-void CrossfadeSelection(LSoundDocumentRef document, LEditHost& host, const LCrossfadeSettings& settings,
-                        LApplied done = {});
+void CrossfadeSelection(const LSoundDocumentRef& document, LEditHost& host,
+                        const LCrossfadeSettings& settings, LApplied done = {});
 // `other` behind the document's sound. What is faded is selected afterwards.
-void CrossfadeToClip(LSoundDocumentRef document, LEditHost& host, const LSound& other,
+void CrossfadeToClip(const LSoundDocumentRef& document, LEditHost& host, const LSound& other,
                      const LCrossfadeSettings& settings, LApplied done = {});
 // The selection, or everything, shorter by the overlap: its end runs into what follows its beginning.
-void CrossfadeLoop(LSoundDocumentRef document, LEditHost& host, const LCrossfadeSettings& settings,
+void CrossfadeLoop(const LSoundDocumentRef& document, LEditHost& host, const LCrossfadeSettings& settings,
                    LApplied done = {});
 
 }  // namespace ondarix

@@ -90,11 +90,11 @@ JobResult WorkOnLoop(const LSound& sound, LSelection range, const LCrossfadeSett
 }
 
 // Of what is edited, as it is now.
-void RunCrossfade(LSoundDocumentRef document, LEditHost& host, const QString& label, LApplied done,
+void RunCrossfade(const LSoundDocumentRef& document, LEditHost& host, const QString& label, LApplied done,
                   std::function<JobResult(const LSound&, LProgress&, LSplice&)> work) {
     const LSound sound = CopyForJob(document->Edited());
     RunSplice(
-        std::move(document), host, label, label,
+        document, host, label, label,
         [sound, work = std::move(work)](LProgress& progress, LSplice& splice) {
             return work(sound, progress, splice);
         },
@@ -116,37 +116,37 @@ std::pair<LSound, LSound> HalvesOf(const LSound& sound, LSelection range) {
     return halves;
 }
 
-void CrossfadeSelection(LSoundDocumentRef document, LEditHost& host, const LCrossfadeSettings& settings,
-                        LApplied done) {
+void CrossfadeSelection(const LSoundDocumentRef& document, LEditHost& host,
+                        const LCrossfadeSettings& settings, LApplied done) {
     if (!done) done = [](JobResult) {};
     const LSelection range = document->EditRange();
     const int64_t added = MillisecondsToFrames(document->sound.sampleRate, settings.gapMs);
     if (range.Length() < 2 || !MayCrossfade(*document, host, added)) return done(JobResult::kCancelled);
-    RunCrossfade(std::move(document), host, QStringLiteral("Crossfade"), std::move(done),
+    RunCrossfade(document, host, QStringLiteral("Crossfade"), std::move(done),
                  [range, settings](const LSound& sound, LProgress& progress, LSplice& splice) {
                      return WorkOnSelection(sound, range, settings, progress, splice);
                  });
 }
 
-void CrossfadeToClip(LSoundDocumentRef document, LEditHost& host, const LSound& other,
+void CrossfadeToClip(const LSoundDocumentRef& document, LEditHost& host, const LSound& other,
                      const LCrossfadeSettings& settings, LApplied done) {
     if (!done) done = [](JobResult) {};
     if (other.Length() == 0 || !MayCrossfade(*document, host, other.Length()))
         return done(JobResult::kCancelled);
     RunCrossfade(
-        std::move(document), host, QStringLiteral("Crossfade to Other Clip"), std::move(done),
+        document, host, QStringLiteral("Crossfade to Other Clip"), std::move(done),
         [other = CopyForJob(other), settings](const LSound& sound, LProgress& progress, LSplice& splice) {
             return WorkOnClips(sound, other, settings, progress, splice);
         });
 }
 
-void CrossfadeLoop(LSoundDocumentRef document, LEditHost& host, const LCrossfadeSettings& settings,
+void CrossfadeLoop(const LSoundDocumentRef& document, LEditHost& host, const LCrossfadeSettings& settings,
                    LApplied done) {
     if (!done) done = [](JobResult) {};
     const LSelection range = SelectionOrAll(*document);
     const int64_t added = MillisecondsToFrames(document->sound.sampleRate, settings.gapMs);
     if (range.Length() < 2 || !MayCrossfade(*document, host, added)) return done(JobResult::kCancelled);
-    RunCrossfade(std::move(document), host, QStringLiteral("Crossfade Loop"), std::move(done),
+    RunCrossfade(document, host, QStringLiteral("Crossfade Loop"), std::move(done),
                  [range, settings](const LSound& sound, LProgress& progress, LSplice& splice) {
                      return WorkOnLoop(sound, range, settings, progress, splice);
                  });

@@ -52,7 +52,8 @@ void RunFade(const LSoundDocumentRef& document, LEditHost& host, const LFadeJobR
         });
 }
 
-void FadeAndTrim(LSoundDocumentRef document, LEditHost& host, uint8_t type, bool isFadeIn, LApplied done) {
+void FadeAndTrim(const LSoundDocumentRef& document, LEditHost& host, uint8_t type, bool isFadeIn,
+                 LApplied done) {
     auto operation = LEffectOperation::Of(*document);
     if (!operation || !MayChange(*document, host)) {
         if (done) done(JobResult::kCancelled);
@@ -126,25 +127,27 @@ LSoundSourceRef LFadeOutEffect::CreateFilter(LSoundSourceRef source) const {
     return FollowEnvelope(std::move(source), {{0, 1.0f}, {length, 0.0f}}, params.type.index);
 }
 
-void FadeInAndTrim(LSoundDocumentRef document, LEditHost& host, uint8_t type, LApplied done) {
-    FadeAndTrim(std::move(document), host, type, true, std::move(done));
+void FadeInAndTrim(const LSoundDocumentRef& document, LEditHost& host, uint8_t type, LApplied done) {
+    FadeAndTrim(document, host, type, true, std::move(done));
 }
 
-void FadeOutAndTrim(LSoundDocumentRef document, LEditHost& host, uint8_t type, LApplied done) {
-    FadeAndTrim(std::move(document), host, type, false, std::move(done));
+void FadeOutAndTrim(const LSoundDocumentRef& document, LEditHost& host, uint8_t type, LApplied done) {
+    FadeAndTrim(document, host, type, false, std::move(done));
 }
 
-void FadeInClipStart(LSoundDocumentRef document, LEditHost& host, const LClipFade& fade, LApplied done) {
+void FadeInClipStart(const LSoundDocumentRef& document, LEditHost& host, const LClipFade& fade,
+                     LApplied done) {
     const QString name = QString::fromLatin1(kFadeInClipStartName);
     if (!MayFadeClip(*document, host, fade, name, done)) return;
     const int64_t start = std::max<int64_t>(0, fade.start);
     const int64_t end = EndOfFade(start, fade.duration, document->Edited().Length());
     const LFadeJobRef job =
         MakeFadeJob(ClipStretch(*document, 0, end), {{start, 0.0f}, {end, 1.0f}}, fade.type);
-    FadeClip(std::move(document), host, job, name, std::move(done));
+    FadeClip(document, host, job, name, std::move(done));
 }
 
-void FadeOutClipEnd(LSoundDocumentRef document, LEditHost& host, const LClipFade& fade, LApplied done) {
+void FadeOutClipEnd(const LSoundDocumentRef& document, LEditHost& host, const LClipFade& fade,
+                    LApplied done) {
     const QString name = QString::fromLatin1(kFadeOutClipEndName);
     if (!MayFadeClip(*document, host, fade, name, done)) return;
     const int64_t length = document->Edited().Length();
@@ -152,7 +155,7 @@ void FadeOutClipEnd(LSoundDocumentRef document, LEditHost& host, const LClipFade
     const LFadeJobRef job =
         MakeFadeJob(ClipStretch(*document, start, length),
                     {{0, 1.0f}, {EndOfFade(start, fade.duration, length) - start, 0.0f}}, fade.type);
-    FadeClip(std::move(document), host, job, name, std::move(done));
+    FadeClip(document, host, job, name, std::move(done));
 }
 
 }  // namespace ondarix

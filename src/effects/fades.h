@@ -37,8 +37,8 @@ inline constexpr const char* kNoFadeDurationText = "Fade duration should not be 
 // The following are jobs as ApplyEffects is one; `type` is an LCurve. Marks move with the sound.
 
 // Over the selection, otherwise over everything; then what lies before (behind) it is cut. One undo step.
-void FadeInAndTrim(LSoundDocumentRef document, LEditHost& host, uint8_t type, LApplied done = {});
-void FadeOutAndTrim(LSoundDocumentRef document, LEditHost& host, uint8_t type, LApplied done = {});
+void FadeInAndTrim(const LSoundDocumentRef& document, LEditHost& host, uint8_t type, LApplied done = {});
+void FadeOutAndTrim(const LSoundDocumentRef& document, LEditHost& host, uint8_t type, LApplied done = {});
 
 struct LClipFade {
     int64_t start = -1;    // frame; -1: a fade in begins with the clip, a fade out ends with it
@@ -47,7 +47,9 @@ struct LClipFade {
 };
 // Whatever is selected, which stays: what comes before a fade in, and behind a fade out, is silent.
 // kCancelled where the start lies behind the end of the clip.
-void FadeInClipStart(LSoundDocumentRef document, LEditHost& host, const LClipFade& fade, LApplied done = {});
-void FadeOutClipEnd(LSoundDocumentRef document, LEditHost& host, const LClipFade& fade, LApplied done = {});
+void FadeInClipStart(const LSoundDocumentRef& document, LEditHost& host, const LClipFade& fade,
+                     LApplied done = {});
+void FadeOutClipEnd(const LSoundDocumentRef& document, LEditHost& host, const LClipFade& fade,
+                    LApplied done = {});
 
 }  // namespace ondarix

@@ -122,8 +122,8 @@ LSoundSourceRef BuildMix(const LSound& sound, LMixPlace place, const LSound& cli
     return LimitPeaks(MakeSource<LMixSource>(std::move(inputs), sound.Format(), place.length), kResultPeak);
 }
 
-void MixClip(LSoundDocumentRef document, LEditHost& host, const LSound& clip, const LMixSettings& settings,
-             const QString& label, LApplied done) {
+void MixClip(const LSoundDocumentRef& document, LEditHost& host, const LSound& clip,
+             const LMixSettings& settings, const QString& label, LApplied done) {
     if (!done) done = [](JobResult) {};
     const LMixPlace place = PlaceOfMix(*document, clip);
     const int64_t length = document->Edited().Length();
@@ -138,7 +138,7 @@ void MixClip(LSoundDocumentRef document, LEditHost& host, const LSound& clip, co
         return LSound::Render(splice.piece, progress, *BuildMix(sound, place, clip, settings),
                               QStringLiteral("Mixing the selected audio"));
     };
-    RunSplice(std::move(document), host, QStringLiteral("Pasting Mix"), label, work, std::move(done));
+    RunSplice(document, host, QStringLiteral("Pasting Mix"), label, work, std::move(done));
 }
 
 void RegisterMixing() { gPasteMix = &PasteMixNow; }

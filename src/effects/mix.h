@@ -74,8 +74,8 @@ LSoundSourceRef BuildMix(const LSound& sound, LMixPlace place, const LSound& cli
 
 // One undo step `label`; what was mixed is selected afterwards. A clip that reaches past the end lengthens
 // the sound. `done` as for ApplyEffects; kCancelled for a clip without frames.
-void MixClip(LSoundDocumentRef document, LEditHost& host, const LSound& clip, const LMixSettings& settings,
-             const QString& label, LApplied done = {});
+void MixClip(const LSoundDocumentRef& document, LEditHost& host, const LSound& clip,
+             const LMixSettings& settings, const QString& label, LApplied done = {});
 
 // Puts "Paste Mix", with the settings of MixBasic, into gPasteMix. A front calls it once at start.
 void RegisterMixing();

@@ -216,7 +216,7 @@ LSoundSourceRef BuildBackgroundMix(const LSound& voice, const LSound& background
     return LimitPeaks(MakeSource<LMixSource>(std::move(inputs), voice.Format(), plan.Length()), kResultPeak);
 }
 
-void MixBackground(LSoundDocumentRef document, LEditHost& host, const LSound& background,
+void MixBackground(const LSoundDocumentRef& document, LEditHost& host, const LSound& background,
                    const LBackgroundSettings& settings, const QString& label, LApplied done) {
     if (!done) done = [](JobResult) {};
     const LSelection range = SelectionOrAll(*document);
@@ -243,7 +243,7 @@ void MixBackground(LSoundDocumentRef document, LEditHost& host, const LSound& ba
         return LSound::Render(splice.piece, progress, *BuildBackgroundMix(voice, music, plan, settings),
                               QStringLiteral("Mixing the selected audio"));
     };
-    RunSplice(std::move(document), host, label, label, work, std::move(done));
+    RunSplice(document, host, label, label, work, std::move(done));
 }
 
 }  // namespace ondarix

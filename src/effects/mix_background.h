@@ -64,7 +64,7 @@ LSoundSourceRef BuildBackgroundMix(const LSound& voice, const LSound& background
 
 // The selection, or everything, is the voice. One undo step `label` ("Mix with File", "Paste Background
 // Music"); what comes of it is selected where something was. Marks go with the voice.
-void MixBackground(LSoundDocumentRef document, LEditHost& host, const LSound& background,
+void MixBackground(const LSoundDocumentRef& document, LEditHost& host, const LSound& background,
                    const LBackgroundSettings& settings, const QString& label, LApplied done = {});
 
 }  // namespace ondarix
