@@ -58,7 +58,7 @@ class PlaybackTest : public WindowTest {
         if (!file.open(QIODevice::ReadOnly)) return {};
         const QByteArray bytes = file.readAll();
         std::vector<float> samples(static_cast<size_t>(bytes.size()) / sizeof(float));
-        std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
+        if (!samples.empty()) std::memcpy(samples.data(), bytes.constData(), samples.size() * sizeof(float));
         return samples;
     }
     // As frames of the numbered sound.
