@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Operations that lay one sound over another. Their settings are given as NAME=VALUE and begin from the
 // defaults, whatever the editor was last used with.
+#include <utility>
+
 #include "cli/edit_operations.h"
 #include "effects/crossfade.h"
 #include "effects/mix_background.h"
@@ -31,15 +33,23 @@ struct LAnswer {
     }
 };
 
-JobResult MixStep(const LEditStep& step, const Places&, LEditSession& session) {
-    LMixForm form;
+// With the file that the step names: `run(sound of it, form, what takes the result)`.
+template <typename Form, typename Run>
+JobResult WithFile(const LEditStep& step, LEditSession& session, const Run& run) {
+    Form form;
     LSound other;
     if (!SetForm(form, step, 1, session)) return JobResult::kFailed;
     const JobResult opened = session.Load(step.texts[0], other);
     if (opened != JobResult::kSuccess) return opened;
     LAnswer answer;
-    MixClip(session.document, session.host, other, form.params, "Mix with File", answer.Take());
+    run(other, form, answer.Take());
     return answer.result;
+}
+
+JobResult MixStep(const LEditStep& step, const Places&, LEditSession& session) {
+    return WithFile<LMixForm>(step, session, [&](const LSound& other, const LMixForm& form, LApplied done) {
+        MixClip(session.document, session.host, other, form.params, "Mix with File", std::move(done));
+    });
 }
 
 JobResult PasteMixStep(const LEditStep& step, const Places&, LEditSession& session) {
@@ -55,25 +65,18 @@ JobResult PasteMixStep(const LEditStep& step, const Places&, LEditSession& sessi
 }
 
 JobResult BackgroundStep(const LEditStep& step, const Places&, LEditSession& session) {
-    LBackgroundForm form;
-    LSound music;
-    if (!SetForm(form, step, 1, session)) return JobResult::kFailed;
-    const JobResult opened = session.Load(step.texts[0], music);
-    if (opened != JobResult::kSuccess) return opened;
-    LAnswer answer;
-    MixBackground(session.document, session.host, music, form.params, "Mix with File", answer.Take());
-    return answer.result;
+    return WithFile<LBackgroundForm>(step, session,
+                                     [&](const LSound& music, const LBackgroundForm& form, LApplied done) {
+                                         MixBackground(session.document, session.host, music, form.params,
+                                                       "Mix with File", std::move(done));
+                                     });
 }
 
 JobResult CrossfadeStep(const LEditStep& step, const Places&, LEditSession& session) {
-    LCrossfadeForm form;
-    LSound other;
-    if (!SetForm(form, step, 1, session)) return JobResult::kFailed;
-    const JobResult opened = session.Load(step.texts[0], other);
-    if (opened != JobResult::kSuccess) return opened;
-    LAnswer answer;
-    CrossfadeToClip(session.document, session.host, other, form.params, answer.Take());
-    return answer.result;
+    return WithFile<LCrossfadeForm>(
+        step, session, [&](const LSound& other, const LCrossfadeForm& form, LApplied done) {
+            CrossfadeToClip(session.document, session.host, other, form.params, std::move(done));
+        });
 }
 
 JobResult CrossfadeSelectionStep(const LEditStep& step, const Places&, LEditSession& session) {

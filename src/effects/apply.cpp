@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "effects/filter.h"
-#include "effects/part_progress.h"
 #include "effects/stack.h"
+#include "gen/part_progress.h"
 #include "sound/edit_steps.h"
 #include "sound/edits.h"
 #include "sound/source.h"

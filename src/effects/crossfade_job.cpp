@@ -4,8 +4,8 @@
 
 #include "effects/crossfade.h"
 #include "effects/mix_job.h"
-#include "effects/part_progress.h"
 #include "effects/stack.h"
+#include "gen/part_progress.h"
 #include "sound/edit_steps.h"
 
 namespace ondarix {

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "effects/filter.h"
-#include "effects/part_progress.h"
+#include "gen/part_progress.h"
 #include "sound/readers.h"
 #include "sound/wrapper_source.h"
 #include "sound/wrappers.h"

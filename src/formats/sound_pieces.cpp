@@ -12,6 +12,7 @@
 #include "formats/save.h"
 #include "formats/wav_sink.h"
 #include "formats/wav_source.h"
+#include "gen/part_progress.h"
 #include "gen/settings.h"
 #include "gen/text.h"
 #include "sound/edits.h"
@@ -29,28 +30,6 @@ struct PieceJob {
     QString path;
     std::optional<LFormatRecord> record = {};
     bool shaping = true;
-};
-
-// One file's share of the progress of all.
-class PieceProgress final : public LProgress {
-  public:
-    PieceProgress(LProgress& whole, size_t index, size_t count)
-        : whole_(whole), index_(index), count_(count) {}
-    bool IsCancelled() override { return whole_.IsCancelled(); }
-    WaitResult Sleep(int ms) override { return whole_.Sleep(ms); }
-    WaitResult WaitForHandle(LWaitHandle handle, int ms) override { return whole_.WaitForHandle(handle, ms); }
-    WaitResult WaitForHandles(const LHandleList& handles, int ms) override {
-        return whole_.WaitForHandles(handles, ms);
-    }
-    void ReportError(const QString& text) override { whole_.ReportError(text); }
-    void SetStatus(const QString& text, int line) override { whole_.SetStatus(text, line); }
-    void SetFraction(double fraction) override {
-        whole_.SetFraction((static_cast<double>(index_) + fraction) / static_cast<double>(count_));
-    }
-
-  private:
-    LProgress& whole_;
-    size_t index_, count_;
 };
 
 // Names of devices are taken with any extension behind them.
@@ -152,7 +131,8 @@ JobResult RunPieceJobs(std::vector<PieceJob> jobs, LEditHost& host, QStringList&
     if (jobs.empty()) return JobResult::kCancelled;
     return host.RunJob("Saving...", [&](LProgress& progress) {
         for (size_t i = 0; i < jobs.size(); ++i) {
-            PieceProgress share(progress, i, jobs.size());
+            const auto count = static_cast<double>(jobs.size()), done = static_cast<double>(i);
+            LPartProgress share(progress, done / count, (done + 1) / count);
             const JobResult saved = SaveOne(jobs[i], share, host);
             if (saved != JobResult::kSuccess) return saved;
             written.append(jobs[i].path);
